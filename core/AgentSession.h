@@ -47,7 +47,8 @@ struct LogonHooks {
 
 /// The session-wide values of one console, passed by reference to every procedure.
 struct AgentSession {
-    AgentSession(Platform& p, std::string logPath) : platform(p), log(std::move(logPath), p.clock) {}
+    AgentSession(Platform& p, std::string logPath)
+        : platform(p), log(std::move(logPath), p.clock) {}
 
     Platform& platform;
     Log log;

@@ -66,7 +66,12 @@ public:
 
     size_t Count() const { return m_order.size(); }
     const ListRow& At(size_t position) const { return m_rows[m_order[position]]; }
-    /// Position of the row with that key; npos when there is none.
+    /// The text of a cell; "" when the row has no such sub-item.
+    std::string_view Text(size_t position, int column) const;
+    /// The row numbers in the order shown; a row keeps its number when the order changes.
+    const std::vector<uint32_t>& order() const { return m_order; }
+    /// Position of the row with that key, the first added when several have it; npos when there is
+    /// none, and for an empty key.
     size_t Find(std::string_view key) const;
     static constexpr size_t npos = static_cast<size_t>(-1);
 
@@ -78,14 +83,27 @@ public:
     void ColumnClick(int column);
 
 private:
-    struct Keys;
+    std::string_view cell(uint32_t row, int column) const;
+    void append(ListRow row);
     void forgetKeys();
+    const std::vector<double>& numbersOf(int column);
+    const std::vector<uint32_t>& ranksOf(int column);
+    void indexRow(uint32_t row) const;
+    size_t positionOf(uint32_t row) const;
+    void compact();
 
     std::vector<ListColumn> m_columns;
-    std::vector<ListRow> m_rows;
+    std::vector<ListRow> m_rows; // a removed row leaves an empty one until the next compact()
     std::vector<uint32_t> m_order;
-    std::unordered_map<int, std::vector<double>> m_numbers; // sort keys, computed once per column
+    // Sort keys by row number, computed once per column at its first sort.
+    std::unordered_map<int, std::vector<double>> m_numbers;
     std::unordered_map<int, std::vector<uint32_t>> m_ranks;
+    // Row numbers by their key's hash, and positions by row number; made at the first Find.
+    mutable std::unordered_multimap<size_t, uint32_t> m_index;
+    mutable std::vector<uint32_t> m_positions;
+    mutable size_t m_removedSince = 0; // a row stands at most so many places before m_positions
+    mutable bool m_indexReady = false;
+    mutable bool m_positionsReady = false;
     Listener* m_listener = nullptr;
     int m_sortColumn = 0;
     SortOrder m_sortOrder = SortOrder::Ascending;

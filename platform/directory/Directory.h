@@ -56,7 +56,8 @@ public:
     /// settings, else DNS and the person's Kerberos ticket are tried.
     virtual void Open() = 0;
     virtual bool IsOpen() const = 0;
-    /// An attribute of the rootDSE, such as "rootDomainNamingContext"; throws when it can't be read.
+    /// An attribute of the rootDSE, such as "rootDomainNamingContext"; throws when it can't be
+    /// read.
     virtual std::string RootDSE(std::string_view attribute) = 0;
     /// Starts a query. `onDone` gets nullptr on success.
     virtual std::shared_ptr<DirectorySearch>

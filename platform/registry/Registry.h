@@ -28,10 +28,10 @@ enum class RegType : uint32_t {
 
 struct RegValue {
     RegType type = RegType::None;
-    std::string text;   // Sz, ExpandSz
+    std::string text;    // Sz, ExpandSz
     uint64_t number = 0; // Dword, Qword
-    Strings lines;      // MultiSz
-    Bytes bytes;        // Binary and types that nobody knows
+    Strings lines;       // MultiSz
+    Bytes bytes;         // Binary and types that nobody knows
     bool operator==(const RegValue&) const = default;
 };
 
@@ -40,7 +40,8 @@ public:
     virtual ~Registry() = default;
     virtual bool KeyExists(Hive hive, std::string_view key) = 0;
     virtual void CreateKey(Hive hive, std::string_view key) = 0;
-    virtual std::optional<RegValue> Read(Hive hive, std::string_view key, std::string_view name) = 0;
+    virtual std::optional<RegValue> Read(Hive hive, std::string_view key,
+                                         std::string_view name) = 0;
     /// Creates the key when missing.
     virtual void Write(Hive hive, std::string_view key, std::string_view name,
                        const RegValue& value) = 0;

@@ -5,6 +5,14 @@
 
 namespace kr {
 
+/// How a Ping ended.
+enum class PingOutcome { Answered, NoSuchName, NoSocket, TimedOut, Failed };
+
+struct PingReport {
+    PingOutcome outcome = PingOutcome::Answered;
+    long status = 0; // errno, with Failed
+};
+
 /// What the desktop does for the console.
 class Shell {
 public:
@@ -18,6 +26,8 @@ public:
     virtual bool HasViewer(std::string_view mimeType) = 0;
     /// True when the name answers an ICMP echo, or its fallbacks, within 2000 ms.
     virtual bool Ping(std::string_view host) = 0;
+    /// How the last Ping ended, for the log.
+    virtual PingReport LastPing() const { return {}; }
     virtual std::string ComputerName() = 0;
     virtual std::string UserName() = 0;
     /// Folder for temporary reports of this person, created with access for nobody else.

@@ -1,3 +1,0 @@
-// compiles the contracts until their modules stand
-#include "core/AgentSession.h"
-#include "core/ListModel.h"
