@@ -1,9 +1,13 @@
 # Compiler settings and the two functions by which every folder makes its targets.
 
-add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wshadow -Wno-missing-field-initializers)
+add_compile_options(-Wall -Wextra -Wpedantic -Werror -Wno-missing-field-initializers)
 if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    add_compile_options(-Wshadow)
     # ccache can only reuse objects of a precompiled header without time stamps
     add_compile_options(-Xclang -fno-pch-timestamp)
+else()
+    # GCC's plain -Wshadow objects to an enumerator named as a type
+    add_compile_options(-Wshadow=local)
 endif()
 if(KR_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer)

@@ -46,7 +46,7 @@ int32_t asLong(const Value& value) {
     if (value.is<int16_t>() || value.is<int32_t>())
         return value.integerOr(0);
     if (const bool* flag = value.get<bool>())
-        return *flag ? -1 : 0; // what a Boolean is as a number in this class's conventions
+        return *flag ? -1 : 0; // True as a number has all bits set
     const auto number =
         value.is<double>() ? value.valueOr(0.0) : ParseNumber(value.text()).value_or(NAN);
     const double whole = std::nearbyint(number);

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,16 @@ struct Field {
     std::string name;
     FieldType type = FieldType::Text;
     int size = 255;
+};
+
+/// A cell of a row that a loader hands over without making a Value of it.
+struct RecordsetCell {
+    enum class Kind : uint8_t { Null, Integer, Real, Text };
+    Kind kind = Kind::Null;
+    /// Whole numbers, Booleans (0 or not), dates (local, in seconds), currency x 10000.
+    int64_t integer = 0;
+    double real = 0;
+    std::string_view text;
 };
 
 class RecordsetData;
@@ -83,6 +94,9 @@ public:
     void AddNew();
     /// Appends a whole row fast, in field order, without moving the position.
     void Append(const std::vector<Value>& row);
+    /// The loaders' way: a row in field order; missing cells, and those of a kind or size that the
+    /// field doesn't hold, are null; a text that is too long is cut. Copies what it keeps.
+    void AppendCells(std::span<const RecordsetCell> row);
     /// The current row is gone; it stays current, unreadable, until a move.
     void Delete();
 

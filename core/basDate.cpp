@@ -14,7 +14,7 @@ using namespace std::chrono;
 
 constexpr Time kFirst = sys_days{year{1} / January / 1};
 constexpr Time kLast = sys_days{year{9999} / December / 31} + 86399s;
-constexpr Time kDayZero = sys_days{year{1899} / December / 30}; // the day of a time alone
+constexpr Time kTimeOnlyDay = sys_days{year{1899} / December / 30}; // the day of a time alone
 
 Time clamped(Time t) { return std::clamp(t, kFirst, kLast); }
 
@@ -202,7 +202,7 @@ std::optional<Time> ParseDate(std::string_view text) {
     else if (digits <= 2 && scan.take('/'))
         day = slashDate(scan, first);
     else if (const auto time = timeAfterHour(scan, first); time && digits <= 2)
-        return kDayZero + *time;
+        return kTimeOnlyDay + *time;
     if (!day || scan.atEnd())
         return day;
     if (!scan.take(' ') && !scan.take('\t') && !scan.take('T'))

@@ -10,7 +10,6 @@ namespace kr {
 
 namespace {
 
-constexpr int kShellSuccess = 32; // results of the shell above this are successes
 constexpr std::string_view kViewQuestion =
     "The results have been saved. Do you want to view the file?";
 

@@ -106,18 +106,31 @@ void ListColumnClick(Ui& ui, ListModel& list, int column) {
 }
 
 std::vector<std::string_view> ColumnFitTexts(const ListModel& list, int column, size_t count) {
-    std::vector<std::pair<uint32_t, uint32_t>> lengths; // display length, position
-    lengths.reserve(list.Count());
-    for (uint32_t i = 0; i < list.Count(); ++i)
-        if (const uint32_t length = displayLength(list.Text(i, column)); length > 0)
-            lengths.emplace_back(length, i);
-    count = std::min(count, lengths.size());
-    const auto longer = [](const auto& a, const auto& b) { return a.first > b.first; };
-    const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(count);
-    std::partial_sort(lengths.begin(), middle, lengths.end(), longer);
+    using Candidate = std::pair<uint32_t, uint32_t>; // display length, position
+    const auto longer = [](const Candidate& a, const Candidate& b) {
+        return a.first != b.first ? a.first > b.first : a.second < b.second;
+    };
+    std::vector<Candidate> best; // a heap with the shortest in front
+    for (uint32_t i = 0; count > 0 && i < list.Count(); ++i) {
+        const std::string_view text = list.Text(i, column);
+        const bool full = best.size() == count;
+        // No text is longer than its bytes, so most are never looked at.
+        if (text.size() <= (full ? best.front().first : 0U))
+            continue;
+        const Candidate candidate{displayLength(text), i};
+        if (full && !longer(candidate, best.front()))
+            continue;
+        if (full) {
+            std::pop_heap(best.begin(), best.end(), longer);
+            best.pop_back();
+        }
+        best.push_back(candidate);
+        std::push_heap(best.begin(), best.end(), longer);
+    }
+    std::sort_heap(best.begin(), best.end(), longer);
     std::vector<std::string_view> texts;
-    for (auto at = lengths.begin(); at != middle; ++at)
-        texts.push_back(list.Text(at->second, column));
+    for (const Candidate& candidate : best)
+        texts.push_back(list.Text(candidate.second, column));
     return texts;
 }
 

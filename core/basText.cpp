@@ -14,9 +14,8 @@ namespace kr {
 namespace {
 
 constexpr std::string_view kMark = "!~";
-constexpr int kShellSuccess = 32; // results of the shell above this are successes
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDecimalDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool dropFront(std::string_view& text, char c) {
     if (text.empty() || text.front() != c)
@@ -51,7 +50,8 @@ std::string plainDecimal(std::string_view text) {
     std::string out;
     size_t at = 0;
     size_t digits = 0;
-    for (; at < text.size() && (isDigit(text[at]) || (text[at] == ',' && digits > 0)); ++at) {
+    for (; at < text.size() && (isDecimalDigit(text[at]) || (text[at] == ',' && digits > 0));
+         ++at) {
         if (text[at] == ',')
             continue;
         out += text[at];
@@ -59,7 +59,7 @@ std::string plainDecimal(std::string_view text) {
     }
     if (at < text.size() && text[at] == '.') {
         out += text[at++];
-        for (; at < text.size() && isDigit(text[at]); ++at, ++digits)
+        for (; at < text.size() && isDecimalDigit(text[at]); ++at, ++digits)
             out += text[at];
     }
     if (digits == 0)
@@ -70,7 +70,7 @@ std::string plainDecimal(std::string_view text) {
         if (at < text.size() && (text[at] == '-' || text[at] == '+'))
             out += text[at++];
         const size_t exponent = at;
-        for (; at < text.size() && isDigit(text[at]); ++at)
+        for (; at < text.size() && isDecimalDigit(text[at]); ++at)
             out += text[at];
         if (at == exponent)
             return {};

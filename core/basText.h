@@ -38,6 +38,9 @@ std::string XmlTagName(std::string_view title);
 /// The trimmed text behind the last blank, or the whole text when there is none.
 std::string LastWord(std::string_view text);
 
+/// Results of the shell above this are successes.
+inline constexpr int kShellSuccess = 32;
+
 /// Puts "http://" before an address that doesn't begin with "http" and hands it to the desktop;
 /// true when the desktop took it.
 bool OpenURL(Shell& shell, std::string_view url);

@@ -11,14 +11,14 @@ struct HivePath {
     std::string_view name;
     Hive hive;
 };
-constexpr HivePath kHives[] = {
+constexpr HivePath kHivePaths[] = {
     {"HKEY_CURRENT_USER", Hive::CurrentUser},
     {"HKEY_LOCAL_MACHINE", Hive::LocalMachine},
     {"HKEY_CLASSES_ROOT", Hive::ClassesRoot},
 };
 
 std::string pathOf(Hive hive, std::string_view key) {
-    for (const HivePath& known : kHives)
+    for (const HivePath& known : kHivePaths)
         if (known.hive == hive)
             return std::string(known.name) + (key.empty() ? "" : "\\") + std::string(key);
     return {};
@@ -69,7 +69,7 @@ private:
     bool locate(const std::string& path) {
         const size_t end = std::min(path.find('\\'), path.size());
         m_known = false;
-        for (const HivePath& known : kHives) {
+        for (const HivePath& known : kHivePaths) {
             if (path.substr(0, end) != known.name)
                 continue;
             m_hive = known.hive;

@@ -23,7 +23,7 @@ constexpr long kDiskFull = 112;
 // The kernel's file times move in steps of a few ms, and an inode's number is soon used again: a
 // file younger than this when it was read may have been replaced without its stamp telling so.
 constexpr int64_t kSettleTime = 50'000'000; // ns
-constexpr auto kLockPatience = std::chrono::seconds(5);
+constexpr auto kLockPatience = std::chrono::seconds(3);
 
 [[noreturn]] void refuse(const std::string& what, const std::string& path, int error) {
     long number = kWriteFault;

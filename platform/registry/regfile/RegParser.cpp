@@ -1,4 +1,4 @@
-#include <charconv>
+#include <algorithm>
 
 #include "core/Text.h"
 #include "platform/registry/regfile/RegText.h"
@@ -109,8 +109,11 @@ void Parser::endLine() {
 }
 
 void Parser::readHeader() {
-    if (Trim(restOfLine()) != kRegHeader)
-        fail("not a registry text of version 5.00");
+    const bool good = Trim(restOfLine()) == kRegHeader;
+    if (good)
+        return;
+    m_at = 0;
+    fail("not a registry text of version 5.00");
 }
 
 void Parser::readKey() {
@@ -126,7 +129,9 @@ void Parser::readKey() {
     if (m_skipKey)
         path.remove_prefix(1);
     const std::string canonical = CanonicalRegPath(path);
-    if (canonical.empty() || path.find('\0') != std::string_view::npos)
+    // A name that begins with "-" would be read as a removal when it is written again.
+    if (canonical.empty() || canonical.starts_with('-') ||
+        path.find('\0') != std::string_view::npos)
         fail("a key without a name");
     if (static_cast<size_t>(std::count(canonical.begin(), canonical.end(), '\\')) >= kRegMaxDepth)
         fail("keys nested too deeply");

@@ -10,7 +10,7 @@ namespace {
 
 constexpr size_t kLineWidth = 77; // lines of bytes break behind the comma before this column
 
-std::string quoted(std::string_view text) {
+std::string quotedText(std::string_view text) {
     std::string out = "\"";
     for (const char c : text) {
         if (c == '\\' || c == '"')
@@ -141,11 +141,11 @@ void AppendRegKey(std::string& out, std::string_view path) {
 
 void AppendRegValue(std::string& out, std::string_view name, const RegValue& value) {
     const size_t start = out.size();
-    out += name.empty() ? "@" : quoted(name);
+    out += name.empty() ? "@" : quotedText(name);
     out += '=';
     char mark[24];
     if (value.type == RegType::Sz && fitsInQuotes(value.text)) {
-        out += quoted(value.text);
+        out += quotedText(value.text);
     } else if (value.type == RegType::Dword) {
         std::snprintf(mark, sizeof mark, "dword:%08x", static_cast<unsigned>(value.number));
         out += mark;

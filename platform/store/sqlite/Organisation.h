@@ -31,7 +31,8 @@ class Organisation {
 public:
     /// Creates a new file with the tables and nothing in it. Throws when the file exists.
     static void Create(const std::string& path);
-    /// Opens an existing file; throws for what is no store file, is damaged or is of a newer layout.
+    /// Opens an existing file; throws for what is no store file, is damaged or is of a newer
+    /// layout.
     explicit Organisation(const std::string& path);
     ~Organisation();
     Organisation(const Organisation&) = delete;

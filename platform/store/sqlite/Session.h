@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/registry/Registry.h"
+#include "platform/store/sqlite/Objects.h"
+
+namespace kr::sqlite {
+
+/// A session on an open file, without logon; `alias` names the mailbox. Throws
+/// MAPI_E_LOGON_FAILED when there is none of that name.
+RDOSessionPtr SessionOn(std::shared_ptr<StoreFile> file, std::string_view alias);
+/// A session that isn't logged on yet.
+RDOSessionPtr NewSession(Registry& registry);
+
+std::shared_ptr<MailProfiles> OpenProfiles(Registry& registry);
+/// What a profile says of its mailbox and server; nothing when there is no such profile.
+struct ProfileLogon {
+    std::string mailbox;
+    std::string server;
+};
+std::optional<ProfileLogon> ReadProfile(Registry& registry, std::string_view name);
+
+} // namespace kr::sqlite
