@@ -62,7 +62,8 @@ class Ui {
 public:
     virtual ~Ui() = default;
 
-    virtual BoxAnswer MsgBox(std::string_view text, BoxIcon icon, BoxButtons buttons = BoxButtons::OK,
+    virtual BoxAnswer MsgBox(std::string_view text, BoxIcon icon,
+                             BoxButtons buttons = BoxButtons::OK,
                              std::string_view title = kAppTitle) = 0;
     /// frmWarn: a confirmation with "do not warn again"; the flag goes out as ticked.
     virtual bool Warn(std::string_view text, bool& doNotWarnAgain) = 0;
@@ -82,12 +83,15 @@ public:
     /// Nothing when cancelled.
     virtual std::vector<FolderPick> PickFolders(RDOSession& session,
                                                 const FolderPickOptions& options) = 0;
-    virtual std::unique_ptr<Progress> StartProgress(std::string_view caption, ProgressKind kind) = 0;
+    virtual std::unique_ptr<Progress> StartProgress(std::string_view caption,
+                                                    ProgressKind kind) = 0;
     /// frmPopup: a read-only text with "Close".
     virtual void Popup(std::string_view title, std::string_view text) = 0;
 
     /// Panel 1 of the status bar.
     virtual void ShowStatus(std::string_view text) = 0;
+    /// Panel 2 of the status bar: the mailbox that the console is connected to.
+    virtual void ShowMailbox(std::string_view /*text*/) {}
     /// The bar in the status bar; `total` 0 hides it.
     virtual void ShowProgress(int64_t done, int64_t total) = 0;
     /// A wait cursor while the depth is above 0; use WaitCursor.

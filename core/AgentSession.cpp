@@ -1,0 +1,18 @@
+#include "core/AgentSession.h"
+
+namespace kr {
+
+void AgentSession::Reset() {
+    users.reset();
+    usersLoaded = {};
+    agentInfo.reset();
+    userInfo.reset();
+    AgentMsgID = {};
+    publicStoreID = {};
+    agentUser.reset();
+    agentSMTP.clear();
+    agentName.clear();
+    languagesChanged = false;
+}
+
+} // namespace kr
