@@ -142,16 +142,6 @@ bool Console::Expand(TreeNode& node) {
     return true;
 }
 
-void Console::StoreLanguages(bool notify) {
-    if (!m_session.languagesChanged)
-        return;
-    m_session.languagesChanged = false;
-    if (m_storeLanguages)
-        m_storeLanguages();
-    if (notify)
-        NotifyAgents(m_session, 131);
-}
-
 void Console::RefreshView() {
     if (!m_session.agentInfo)
         return; // not connected: there is nothing to load the tree from

@@ -22,6 +22,8 @@ public:
     /// What a menu entry does. Entries without a command answer that the feature isn't there yet.
     using Command = std::function<void(Console&)>;
 
+    static constexpr std::string_view kMissingFeature = "This feature is not there yet.";
+
     /// Puts its own procedures into the session's logon hooks; the destructor takes them out.
     Console(AgentSession& session, MainView& view);
     ~Console();
@@ -36,8 +38,9 @@ public:
     void RegisterKind(std::unique_ptr<NodeKind> kind);
     NodeKind* Kind(std::string_view tag);
     void RegisterCommand(std::string_view name, Command command);
-    /// Runs a menu entry's command by its name, such as "mnuActionmnuProps": that of the selection's
-    /// kind, else the registered one, else the status says that the feature isn't there yet.
+    /// Runs a menu entry's command by its name, such as "mnuActionmnuProps": that of the
+    /// selection's kind, else the registered one, else the status says that the feature isn't there
+    /// yet.
     void RunCommand(std::string_view name);
     /// Adds nodes below the fixed ones when the tree is built (languages, sources, catalogs).
     void OnTreeBuilt(std::function<void(Console&)> build) {
@@ -78,6 +81,15 @@ public:
     /// Selects the tree node of that key and runs its click; false when there is none.
     bool GoToNode(std::string_view key);
 
+    /// What stores the language data when it changed in this run.
+    void OnStoreLanguages(std::function<void()> store) { m_storeLanguages = std::move(store); }
+    /// What writes the report of the logon diagnostics to a file.
+    void OnLogonDiagnostics(std::function<void(const std::string& path)> diagnostics) {
+        m_diagnostics = std::move(diagnostics);
+    }
+    /// Stores changed language data; with `notify` it also tells the agents (code 131).
+    void StoreLanguages(bool notify);
+
     /// The frame of every loader: wait text and log line; columns; `fill` adds rows through
     /// AddRow; then fitted, sorted by the first column and shown, with the count in the status bar.
     /// `fill` gives a reason when it could not begin, which replaces the count and is logged.
@@ -95,6 +107,10 @@ public:
     void AddRow(ListRow row);
     /// True inside a `fill` whose list the person has meanwhile left: it may stop.
     bool LoadOvertaken() const { return m_running != m_load; }
+    /// A loader is under way, perhaps below this call.
+    bool Loading() const { return m_running != 0; }
+    /// What is loading has lost, as if another node had been clicked.
+    void StopLoad() { ++m_load; }
 
     /// Positions of the selected rows; none while commands act on the node.
     std::vector<size_t> GetContextSelection() const;
@@ -110,13 +126,29 @@ public:
     // Commands of the frame itself
     void Connect(); // mnuActionmnuConnect, mnuSubmnuConnect
     void ResetConnection();
+    /// The tree of a mailbox stands.
+    bool Connected() { return m_session.agentInfo && !m_tree.Top().children.empty(); }
+    /// The end of the program: the store session is logged off and let go.
+    void LogOff();
     bool Logon(); // DoLogon with this console's hooks
+    /// Form_Activate's part for a first run: frmFirstRun, logon, and the servers.
+    void RunWizard();
     void ToggleQuickLoad();
 
 private:
+    using Entries = std::vector<MenuEntryState>;
+    void setHooks();
     void addFixedNodes();
-    void storeLanguages();
+    void dispatch(TreeNode& node);
+    void restoreNode(const std::string& key, const std::string& tag);
+    std::string fill(const LoadPlan& plan);
     void flushRows();
+    void registerFrameCommands();
+    Entries entriesOf(std::string_view tag);
+    Entries commonEntries(const std::vector<std::string>& tags);
+    void swapActivate(Entries& entries);
+    void missingFeature();
+    void showForm(std::string_view form);
 
     AgentSession& m_session;
     MainView& m_view;
@@ -130,7 +162,9 @@ private:
     std::string m_currentTag;
     std::vector<ListRow> m_pending;
     std::function<void()> m_storeLanguages;
+    std::function<void(const std::string&)> m_diagnostics;
     bool m_treeContext = true;
+    bool m_wizard = false;  // it is running; a logon below it must not start it again
     uint64_t m_load = 0;    // number of the newest load, so that a re-entered one wins
     uint64_t m_running = 0; // number of the load whose `fill` is running
 };

@@ -3,6 +3,7 @@
 #include "console/Console.h"
 #include "console/Menus.h"
 #include "core/Text.h"
+#include "core/Trap.h"
 
 namespace kr {
 
@@ -33,21 +34,23 @@ void Console::RegisterCommand(std::string_view name, Command command) {
 
 void Console::RunCommand(std::string_view name) {
     const std::string command(name); // the caller's text may go with its menu
-    try {
-        if (NodeKind* kind = Kind(ContextTag()); kind && kind->Run(*this, command))
-            return;
-        const auto found = m_commands.find(command);
-        if (found == m_commands.end())
-            missingFeature();
-        else
-            found->second(*this);
-    } catch (const std::exception& error) {
-        m_session.log(command + ": " + error.what());
-        ShowStatus(error.what());
-    }
+    Trap(
+        [&] {
+            if (NodeKind* kind = Kind(ContextTag()); kind && kind->Run(*this, command))
+                return;
+            const auto found = m_commands.find(command);
+            if (found == m_commands.end())
+                missingFeature();
+            else
+                found->second(*this);
+        },
+        [&](const Trapped& trapped) {
+            m_session.log(command + ": " + trapped.text());
+            ShowStatus(trapped.description);
+        });
 }
 
-void Console::missingFeature() { ShowStatus("This feature is not there yet."); }
+void Console::missingFeature() { ShowStatus(kMissingFeature); }
 
 void Console::showForm(std::string_view form) {
     if (!m_view.ShowForm(form))
@@ -118,7 +121,7 @@ Console::Entries Console::commonEntries(const std::vector<std::string>& tags) {
 
 /// "Make Active" and "Make Inactive" swap by whether the record is inactive, which rows and nodes
 /// show ghosted; for a mixed selection both stand.
-void Console::swapActivate(Entries& entries) const {
+void Console::swapActivate(Entries& entries) {
     MenuEntryState* activate = find(entries, "mnuActionActivate");
     MenuEntryState* inactivate = find(entries, "mnuActionInactivate");
     if (!activate || !inactivate || !activate->visible)
@@ -129,7 +132,7 @@ void Console::swapActivate(Entries& entries) const {
     for (const ListRow* row : rows)
         (row->ghosted ? inactive : active) = true;
     if (rows.empty()) {
-        const TreeNode* node = const_cast<TreeModel&>(m_tree).Find(m_nodeKey);
+        const TreeNode* node = CurrentNode();
         inactive = node && node->ghosted;
         active = node && !node->ghosted;
     }

@@ -1,6 +1,7 @@
 #include "console/Console.h"
 
 #include "console/Menus.h"
+#include "core/Trap.h"
 #include "core/basListView.h"
 
 namespace kr {
@@ -72,11 +73,10 @@ void Console::LoadList(const LoadPlan& plan) {
 }
 
 std::string Console::fill(const LoadPlan& plan) {
-    try {
-        return plan.fill ? plan.fill(*this) : "";
-    } catch (const std::exception& error) {
-        return error.what();
-    }
+    std::string failure;
+    const std::string reason = Trap([&] { return plan.fill ? plan.fill(*this) : std::string(); },
+                                    [&](const Trapped& trapped) { failure = trapped.description; });
+    return failure.empty() ? reason : failure;
 }
 
 void Console::AddRow(ListRow row) {
@@ -93,9 +93,7 @@ void Console::flushRows() {
     m_pending.clear();
 }
 
-void Console::ColumnClick(int column) {
-    ListColumnClick(m_session.ui(), m_list, column);
-}
+void Console::ColumnClick(int column) { ListColumnClick(m_session.ui(), m_list, column); }
 
 std::vector<size_t> Console::GetContextSelection() const {
     return m_treeContext ? std::vector<size_t>{} : m_view.SelectedRows();

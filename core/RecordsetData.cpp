@@ -283,10 +283,8 @@ RawCell RecordsetData::encodeCell(int field, const RecordsetCell& cell) {
 
 RowId RecordsetData::newRow() {
     if (m_rowCount == m_groups.size() * kGroupRows) {
-        Group group;
-        const size_t cells = m_fields.size() * kStride;
-        group.cells = std::make_unique_for_overwrite<RawCell[]>(cells);
-        std::fill_n(group.cells.get(), cells, kNullCell);
+        Group group; // each row's cells are written when it is made
+        group.cells = std::make_unique_for_overwrite<RawCell[]>(m_fields.size() * kStride);
         m_groups.push_back(std::move(group));
     }
     const RowId row = m_rowCount++;
@@ -296,39 +294,33 @@ RowId RecordsetData::newRow() {
 }
 
 void RecordsetData::announceAdded(RowId row) {
+    indexRow(row);
     for (RecordsetObserver* observer : m_observers)
         observer->RowAdded(row);
 }
 
-RowId RecordsetData::Add() {
-    const RowId row = newRow();
-    announceAdded(row);
-    return row;
-}
+RowId RecordsetData::Add() { return AppendCells({}); }
 
 RowId RecordsetData::Append(std::span<const Value> row) {
     if (row.size() > m_fields.size())
         throw std::invalid_argument("more values than fields");
-    std::vector<RawCell> cells; // converted first, so that a bad value leaves no half row
-    cells.reserve(row.size());
-    for (size_t i = 0; i < row.size(); ++i)
-        cells.push_back(encode(static_cast<int>(i), ConvertToField(m_fields[i], row[i])));
+    std::vector<RawCell> cells(m_fields.size(), kNullCell);
+    for (size_t i = 0; i < row.size(); ++i) // converted first: a bad value leaves no half row
+        cells[i] = encode(static_cast<int>(i), ConvertToField(m_fields[i], row[i]));
     const RowId id = newRow();
     for (size_t i = 0; i < cells.size(); ++i)
         cellAt(id, static_cast<int>(i)) = cells[i];
-    indexRow(id);
     announceAdded(id);
     return id;
 }
 
 RowId RecordsetData::AppendCells(std::span<const RecordsetCell> row) {
     const RowId id = newRow();
-    RawCell* cells = &m_groups[id / kGroupRows].cells[id % kGroupRows];
-    const size_t count = std::min(row.size(), m_fields.size());
-    for (size_t i = 0; i < count; ++i)
-        if (row[i].kind != RecordsetCell::Kind::Null)
-            cells[i * kStride] = encodeCell(static_cast<int>(i), row[i]);
-    indexRow(id);
+    RawCell* cells = &cellAt(id, 0);
+    for (size_t i = 0; i < m_fields.size(); ++i)
+        cells[i * kStride] = i < row.size() && row[i].kind != RecordsetCell::Kind::Null
+                                 ? encodeCell(static_cast<int>(i), row[i])
+                                 : kNullCell;
     announceAdded(id);
     return id;
 }

@@ -87,7 +87,9 @@ public:
     /// Every row before it is deleted.
     RowId FirstLive() const { return m_firstLive; }
 
-    RawCell Cell(RowId row, int field) const { return Column(row / kGroupRows, field)[row % kGroupRows]; }
+    RawCell Cell(RowId row, int field) const {
+        return Column(row / kGroupRows, field)[row % kGroupRows];
+    }
     const RawCell* Column(RowId group, int field) const {
         return &m_groups[group].cells[static_cast<size_t>(field) * kStride];
     }

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace kr {
+
+class Console;
+
+/// Registers the kinds of the fixed nodes that only group others, of the nodes whose frame the
+/// console gives (report, servers), and of users; the commands on users with them.
+void RegisterFixedKinds(Console& console);
+
+} // namespace kr
