@@ -1,0 +1,29 @@
+#include "console/forms/frmWarn.h"
+
+#include "console/forms/FormTools.h"
+#include "ui_frmWarn.h"
+
+namespace kr {
+
+namespace {
+
+constexpr int kColumns = 60;
+
+} // namespace
+
+frmWarn::frmWarn(const QString& text, QWidget* parent)
+    : QDialog(parent), m_ui(std::make_unique<::Ui::frmWarn>()) {
+    m_ui->setupUi(this);
+    SetImage(*m_ui->imgWarn, "imgExclamation");
+    m_ui->lblWarn->setText(text);
+    m_ui->lblWarn->setMinimumWidth(TextRoom(*this, kColumns, 1).width());
+    connect(m_ui->cmdOK, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_ui->cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
+    m_ui->cmdOK->setFocus();
+}
+
+frmWarn::~frmWarn() = default;
+
+bool frmWarn::doNotWarnAgain() const { return m_ui->chkNoWarn->isChecked(); }
+
+} // namespace kr
