@@ -49,6 +49,8 @@ struct FolderPickOptions {
     bool multiple = false;
     std::string startPath;
     std::string hint;
+    /// Of the window; empty: "Folder Selector".
+    std::string title;
 };
 struct FolderPick {
     EntryID entryID;
@@ -80,7 +82,7 @@ public:
                                                          const std::vector<PickedRecipient>& chosen,
                                                          std::string_view title, bool oneAddress,
                                                          bool forceResolution) = 0;
-    /// Nothing when cancelled.
+    /// Nothing when cancelled. Throws PlatformError when no folder can be read at all.
     virtual std::vector<FolderPick> PickFolders(RDOSession& session,
                                                 const FolderPickOptions& options) = 0;
     virtual std::unique_ptr<Progress> StartProgress(std::string_view caption,

@@ -173,7 +173,7 @@ TEST_F(AdminCtlTest, RegistryValuesComeAndGo) {
     EXPECT_EQ(run({"registry", "get", "hkcu", key, "Number"}), 0);
     EXPECT_EQ(out(), "4294967295\n");
     EXPECT_EQ(run({"registry", "get", "HKCU", key}), 0);
-    EXPECT_EQ(out(), "Text=\nNumber=4294967295\n[Below]\n");
+    EXPECT_EQ(out(), "Number=4294967295\nText=\n[Below]\n");
     EXPECT_EQ(run({"registry", "get", "HKCU", key + "\\Below", "Dashed"}), 0);
     EXPECT_EQ(out(), "--x\n");
     EXPECT_EQ(run({"registry", "delete", "HKCU", key, "Text"}), 0);

@@ -155,7 +155,7 @@ DirectoryFixture::~DirectoryFixture() {
 bool DirectoryFixture::build() {
     std::filesystem::create_directory(m_folder + "/db");
     if (m_options.tls && !makeCertificates()) {
-        m_problem = "openssl made no certificates: " + log();
+        m_problem = "openssl made no certificates";
         return false;
     }
     writeSchema();
@@ -314,8 +314,12 @@ void DirectoryFixture::writeEntries() const {
 }
 
 bool DirectoryFixture::makeCertificates() {
-    const std::string output = m_folder + "/slapd.log";
-    std::ofstream(m_folder + "/names.conf") << "subjectAltName=DNS:dc1.example.test,IP:127.0.0.1\n";
+    const std::string output = m_folder + "/openssl.log";
+    // "localhost" is checked as the name of this machine
+    char machine[256] = {};
+    gethostname(machine, sizeof machine - 1);
+    std::ofstream(m_folder + "/names.conf")
+        << "subjectAltName=DNS:dc1.example.test,IP:127.0.0.1,DNS:localhost,DNS:" << machine << "\n";
     const auto file = [this](const char* name) { return m_folder + "/" + name; };
     return run({"openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2", "-subj",
                 "/CN=Test CA", "-keyout", file("ca.key"), "-out", file("ca.pem")},

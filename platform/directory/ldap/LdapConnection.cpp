@@ -17,7 +17,7 @@ constexpr size_t kMostHosts = 5;
 std::string diagnostic(LDAP* handle) {
     char* text = nullptr;
     ldap_get_option(handle, LDAP_OPT_DIAGNOSTIC_MESSAGE, &text);
-    const std::string result = text != nullptr ? text : "";
+    std::string result = text != nullptr ? text : "";
     ldap_memfree(text);
     return result;
 }

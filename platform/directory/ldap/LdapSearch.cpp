@@ -105,6 +105,7 @@ void LdapSearch::acquired(LdapConnectionPtr connection, const PlatformError* err
 int LdapSearch::send(const std::string& base, int scope, const std::string& filter,
                      const std::vector<std::string>& attributes, LDAPControl* control) {
     std::vector<char*> names;
+    names.reserve(attributes.size() + 1);
     for (const auto& attribute : attributes)
         names.push_back(const_cast<char*>(attribute.c_str()));
     names.push_back(nullptr);

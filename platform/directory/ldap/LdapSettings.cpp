@@ -81,7 +81,7 @@ std::string ownDomain() {
     const char* configured = std::getenv("KRB5_CONFIG");
     for (const auto& path :
          SplitNonEmpty(configured != nullptr ? configured : "/etc/krb5.conf", ":"))
-        if (const std::string realm = DefaultRealm(path); !realm.empty())
+        if (std::string realm = DefaultRealm(path); !realm.empty())
             return realm;
     return hostDomain();
 }

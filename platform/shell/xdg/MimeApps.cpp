@@ -41,12 +41,13 @@ bool isInstalled(const MimeFolders& folders, const std::string& desktopFile) {
     if (desktopFile.find('/') != std::string::npos)
         return false;
     for (const auto& folder : folders.data) {
+        const auto applications = std::filesystem::path(folder) / "applications";
         std::string name = desktopFile;
         for (size_t dash = 0; dash != std::string::npos; dash = name.find('-')) {
             if (dash != 0)
                 name[dash] = '/';
             std::error_code ignored;
-            if (std::filesystem::is_regular_file(folder + "/applications/" + name, ignored))
+            if (std::filesystem::is_regular_file(applications / name, ignored))
                 return true;
         }
     }
@@ -55,15 +56,15 @@ bool isInstalled(const MimeFolders& folders, const std::string& desktopFile) {
 
 std::vector<std::string> lists(const MimeFolders& folders) {
     std::vector<std::string> result;
-    const auto add = [&](const std::string& folder) {
+    const auto add = [&](const std::filesystem::path& folder) {
         for (const auto& desktop : folders.desktops)
-            result.push_back(folder + "/" + desktop + "-mimeapps.list");
-        result.push_back(folder + "/mimeapps.list");
+            result.push_back(folder / (desktop + "-mimeapps.list"));
+        result.push_back(folder / "mimeapps.list");
     };
     for (const auto& folder : folders.config)
         add(folder);
     for (const auto& folder : folders.data)
-        add(folder + "/applications");
+        add(std::filesystem::path(folder) / "applications");
     return result;
 }
 

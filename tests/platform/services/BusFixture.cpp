@@ -1,5 +1,6 @@
 #include "tests/platform/services/BusFixture.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -50,8 +51,15 @@ bool BusFixture::startDaemon() {
     std::filesystem::remove(m_folder + "/bus", ignored);
     const std::string config = "--config-file=" + m_folder + "/bus.conf";
     const char* const argv[] = {"dbus-daemon", "--nofork", config.c_str(), nullptr};
-    if (posix_spawnp(&m_daemon, argv[0], nullptr, nullptr, const_cast<char* const*>(argv),
-                     environ) != 0) {
+    posix_spawn_file_actions_t files;
+    posix_spawn_file_actions_init(&files);
+    // it complains of limits that it may not raise
+    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, (m_folder + "/bus.log").c_str(),
+                                     O_WRONLY | O_CREAT | O_APPEND, 0600);
+    const int error =
+        posix_spawnp(&m_daemon, argv[0], &files, nullptr, const_cast<char* const*>(argv), environ);
+    posix_spawn_file_actions_destroy(&files);
+    if (error != 0) {
         m_daemon = 0;
         return false;
     }

@@ -1,0 +1,185 @@
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QDialogButtonBox>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include "platform/ui/qt/AppStyle.h"
+#include "platform/ui/qt/QtUi.h"
+
+namespace {
+
+using namespace kr;
+
+/// Calls back with the modal window of that name as soon as it is there.
+template <class W>
+void whenModal(const QString& name, std::function<void(W*)> call) {
+    auto* timer = new QTimer(qApp);
+    auto elapsed = std::make_shared<QElapsedTimer>();
+    elapsed->start();
+    QObject::connect(timer, &QTimer::timeout, qApp, [=] {
+        auto* window = qobject_cast<W*>(QApplication::activeModalWidget());
+        if (window && window->objectName() == name) {
+            timer->stop();
+            timer->deleteLater();
+            call(window);
+        } else if (elapsed->elapsed() > 3000) {
+            timer->stop();
+            timer->deleteLater();
+            ADD_FAILURE() << "no window " << name.toStdString();
+            if (QWidget* other = QApplication::activeModalWidget())
+                other->close();
+        }
+    });
+    timer->start(10);
+}
+
+TEST(QtUiTest, BoxShowsTextTitleIconAndButtons) {
+    QtUi ui;
+    whenModal<QMessageBox>("msgBox", [](QMessageBox* box) {
+        EXPECT_EQ(box->text(), "Delete <b>R & D</b>?\nReally?");
+        EXPECT_EQ(box->textFormat(), Qt::PlainText);
+        EXPECT_EQ(box->windowTitle(), "zandrelAgent Administrator");
+        EXPECT_EQ(box->icon(), QMessageBox::Question);
+        EXPECT_EQ(box->standardButtons(), QMessageBox::Yes | QMessageBox::No);
+        QTest::keyClick(box->button(QMessageBox::Yes), Qt::Key_Space);
+    });
+    EXPECT_EQ(ui.MsgBox("Delete <b>R & D</b>?\r\nReally?", BoxIcon::Question, BoxButtons::YesNo,
+                        kAppTitle),
+              BoxAnswer::Yes);
+}
+
+TEST(QtUiTest, AnswersOfButtonsAndEscape) {
+    QtUi ui;
+    const auto escape = [](QMessageBox* box) { QTest::keyClick(box, Qt::Key_Escape); };
+    whenModal<QMessageBox>("msgBox", escape);
+    EXPECT_EQ(ui.MsgBox("a", BoxIcon::Stop, BoxButtons::OK, "t"), BoxAnswer::OK);
+    whenModal<QMessageBox>("msgBox", escape);
+    EXPECT_EQ(ui.MsgBox("a", BoxIcon::Stop, BoxButtons::OKCancel, "t"), BoxAnswer::Cancel);
+    whenModal<QMessageBox>("msgBox", escape);
+    EXPECT_EQ(ui.MsgBox("a", BoxIcon::Stop, BoxButtons::YesNo, "t"), BoxAnswer::No);
+    whenModal<QMessageBox>("msgBox", escape);
+    EXPECT_EQ(ui.MsgBox("a", BoxIcon::Stop, BoxButtons::YesNoCancel, "t"), BoxAnswer::Cancel);
+    whenModal<QMessageBox>("msgBox", [](QMessageBox* box) {
+        QTest::mouseClick(box->button(QMessageBox::No), Qt::LeftButton);
+    });
+    EXPECT_EQ(ui.MsgBox("a", BoxIcon::Stop, BoxButtons::YesNoCancel, "t"), BoxAnswer::No);
+}
+
+TEST(QtUiTest, InputBox) {
+    QtUi ui;
+    whenModal<QInputDialog>("inputBox", [](QInputDialog* box) {
+        EXPECT_EQ(box->labelText(), "Supply a new name");
+        auto* edit = box->findChild<QLineEdit*>();
+        EXPECT_EQ(edit->text(), "old");
+        QTest::keyClicks(edit, "new");
+        QTest::keyClick(edit, Qt::Key_Return);
+    });
+    EXPECT_EQ(ui.InputBox("Supply a new name", "Name", "old"), "new");
+    whenModal<QInputDialog>("inputBox",
+                            [](QInputDialog* box) { QTest::keyClick(box, Qt::Key_Escape); });
+    EXPECT_EQ(ui.InputBox("Supply a new name", "Name", "old"), std::nullopt);
+}
+
+TEST(QtUiTest, FileFiltersAreTranslated) {
+    EXPECT_EQ(FileFilters("CSV file (*.csv)|*.csv"), QStringList{"CSV file (*.csv)"});
+    EXPECT_EQ(FileFilters("Pictures|*.png;*.gif|All files (*.*)|*"),
+              (QStringList{"Pictures (*.png *.gif)", "All files (*)"}));
+    EXPECT_TRUE(FileFilters("").isEmpty());
+}
+
+TEST(QtUiTest, SaveFileTakesTheFiltersEnding) {
+    QTemporaryDir folder;
+    QtUi ui;
+    const QString target = folder.filePath("export");
+    whenModal<QFileDialog>("fileDialog", [&](QFileDialog* dialog) {
+        EXPECT_EQ(dialog->windowTitle(), "Save List");
+        auto* edit = dialog->findChild<QLineEdit*>("fileNameEdit");
+        ASSERT_NE(edit, nullptr);
+        edit->setText(target);
+        QTest::keyClick(edit, Qt::Key_Return);
+    });
+    EXPECT_EQ(ui.SaveFileName("Save List", "CSV file (*.csv)|*.csv", "list.csv"),
+              (target + ".csv").toStdString());
+    whenModal<QFileDialog>("fileDialog", [](QFileDialog* dialog) { dialog->reject(); });
+    EXPECT_EQ(ui.OpenFileName("Open", "XML file (*.xml)|*.xml"), std::nullopt);
+}
+
+TEST(QtUiTest, DoEventsTurnsAtMostOnceInAWhile) {
+    QtUi ui;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    int turns = 0;
+    bool posted = false;
+    while (elapsed.elapsed() < 300) {
+        if (!posted) {
+            posted = true;
+            QMetaObject::invokeMethod(
+                qApp,
+                [&] {
+                    ++turns;
+                    posted = false;
+                },
+                Qt::QueuedConnection);
+        }
+        ui.DoEvents();
+    }
+    QCoreApplication::processEvents();
+    EXPECT_GE(turns, 4);
+    EXPECT_LE(turns, 300 / QtUi::kTurn + 2);
+}
+
+TEST(QtUiTest, WaitCursorNestsAndBoxesShowThePlainOne) {
+    {
+        QtUi ui;
+        const WaitCursor outer(ui);
+        {
+            const WaitCursor inner(ui);
+            EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+        }
+        EXPECT_NE(QApplication::overrideCursor(), nullptr);
+        whenModal<QMessageBox>("msgBox", [](QMessageBox* box) {
+            EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::ArrowCursor);
+            box->accept();
+        });
+        ui.MsgBox("a", BoxIcon::None, BoxButtons::OK, "t");
+        EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    }
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST(QtUiTest, HooksAreAsked) {
+    QtUi ui;
+    std::string status, popup;
+    ui.SetStatus({[&](std::string_view text) { status = text; }, {}});
+    ui.ShowStatus("Loading...");
+    EXPECT_EQ(status, "Loading...");
+    QtDialogs dialogs;
+    dialogs.popup = [&](std::string_view title, std::string_view text) {
+        popup = std::string(title) + ": " + std::string(text);
+    };
+    dialogs.warn = [](std::string_view, bool& never) { return never = true; };
+    ui.SetDialogs(std::move(dialogs));
+    ui.Popup("Help", "text");
+    EXPECT_EQ(popup, "Help: text");
+    bool never = false;
+    EXPECT_TRUE(ui.Warn("sure?", never));
+    EXPECT_TRUE(never);
+    EXPECT_FALSE(ui.StartProgress("Working", ProgressKind::Plain)->Cancelled());
+}
+
+TEST(AppStyleTest, ButtonsOfDialogsHaveNoIcons) {
+    AppStyle style;
+    EXPECT_EQ(
+        style.styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons, nullptr, nullptr, nullptr), 0);
+}
+
+} // namespace
