@@ -8,7 +8,10 @@
 #include "console/Startup.h"
 #include "console/forms/DialogHooks.h"
 #include "console/forms/frmAbout.h"
+#include "console/forms/frmFindUser.h"
+#include "console/forms/frmFirstRun.h"
 #include "console/forms/frmFleetMain.h"
+#include "console/forms/frmLogon.h"
 #include "console/kinds/FixedKinds.h"
 #include "core/Version.h"
 #include "platform/directory/ldap/LdapDirectory.h"
@@ -73,6 +76,7 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
                      [this](int64_t done, int64_t total) { m_main->SetProgress(done, total); }});
     RegisterFixedKinds(m_main->console());
     registerDialogs();
+    registerForms();
 }
 
 App::~App() {
@@ -104,10 +108,24 @@ void App::registerDialogs() {
                                    std::string_view title, bool oneAddress, bool forceResolution) {
         return ShowAddressBook(session, chosen, title, oneAddress, forceResolution, parent());
     };
+    dialogs.folders = [this, parent](RDOSession& session, const FolderPickOptions& options) {
+        return PickFolders(session, options, m_session->log, parent());
+    };
     m_ui->SetDialogs(std::move(dialogs));
+}
+
+void App::registerForms() {
+    m_main->RegisterForm("frmLogon", [this](QWidget* over) { frmLogon(*m_session, over).exec(); });
+    m_main->RegisterForm("frmFirstRun",
+                         [this](QWidget* over) { frmFirstRun(*m_session, over).exec(); });
+    m_main->RegisterForm("frmFindUser", [this](QWidget* over) {
+        const auto goTo = [this](const std::string& key) {
+            m_main->console().GoToRow(key, "epsuserroot");
+        };
+        frmFindUser(*m_session, goTo, over).exec();
+    });
     m_main->RegisterForm("frmAbout", [this](QWidget* over) {
-        frmAbout dialog(versionText(), storeVersion(*m_session), over);
-        dialog.exec();
+        frmAbout(versionText(), storeVersion(*m_session), over).exec();
     });
 }
 

@@ -42,6 +42,7 @@ public:
 
 private:
     void registerDialogs();
+    void registerForms();
 
     std::string m_commandLine;
     SystemClock m_clock;

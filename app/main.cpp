@@ -75,10 +75,10 @@ int main(int argc, char** argv) {
     QApplication::setApplicationName("KR-Admin");
     QApplication::setStyle(new AppStyle);
 
-    SingleInstance instance;
+    SingleInstance instance("_APPLICATION_MUTEX" + std::string(kAppTitle));
     const SingleInstance::Result result = instance.Acquire(kAppTitle);
     if (result == SingleInstance::Result::OtherNotFound)
-        QtUi().MsgBox(std::string(kAppTitle) + " is already running", BoxIcon::Information,
+        QtUi().MsgBox("zandrelAgent Administrator is already running", BoxIcon::Information,
                       BoxButtons::OK, kAppTitle);
     if (result != SingleInstance::Result::First)
         return 0;

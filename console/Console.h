@@ -80,13 +80,11 @@ public:
     void CheckChanged(size_t position, bool checked);
     /// Selects the tree node of that key and runs its click; false when there is none.
     bool GoToNode(std::string_view key);
+    /// Selects the row of that key in the list; where the list hasn't got it, in that of the node.
+    bool GoToRow(std::string_view key, std::string_view nodeKey);
 
     /// What stores the language data when it changed in this run.
     void OnStoreLanguages(std::function<void()> store) { m_storeLanguages = std::move(store); }
-    /// What writes the report of the logon diagnostics to a file.
-    void OnLogonDiagnostics(std::function<void(const std::string& path)> diagnostics) {
-        m_diagnostics = std::move(diagnostics);
-    }
     /// Stores changed language data; with `notify` it also tells the agents (code 131).
     void StoreLanguages(bool notify);
 
@@ -162,7 +160,6 @@ private:
     std::string m_currentTag;
     std::vector<ListRow> m_pending;
     std::function<void()> m_storeLanguages;
-    std::function<void(const std::string&)> m_diagnostics;
     bool m_treeContext = true;
     bool m_wizard = false;  // it is running; a logon below it must not start it again
     uint64_t m_load = 0;    // number of the newest load, so that a re-entered one wins

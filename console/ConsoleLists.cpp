@@ -139,6 +139,17 @@ void Console::ActivateRow(size_t position) {
     (kind ? kind : &plain)->Activate(*this, row);
 }
 
+bool Console::GoToRow(std::string_view key, std::string_view nodeKey) {
+    size_t position = m_list.Find(key);
+    if (position == ListModel::npos && GoToNode(nodeKey))
+        position = m_list.Find(key);
+    if (position == ListModel::npos)
+        return false;
+    m_view.SelectRow(position);
+    SelectionChanged();
+    return true;
+}
+
 void Console::CheckChanged(size_t position, bool checked) {
     m_list.SetChecked(position, checked);
     if (NodeKind* kind = Kind(m_list.At(position).tag))

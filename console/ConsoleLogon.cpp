@@ -1,4 +1,5 @@
 #include "console/Console.h"
+#include "console/basLogon.h"
 #include "console/basUsers.h"
 #include "core/Trap.h"
 #include "core/basAgent.h"
@@ -84,13 +85,10 @@ void Console::LogonDiagnosticsKey() {
         return;
     Shell& shell = m_session.platform.shell;
     const std::string path = shell.TempFolder() + "/LogonDiagnostics.txt";
-    if (!m_diagnostics) {
-        missingFeature();
-        return;
-    }
-    m_diagnostics(path);
+    const bool written = LogonDiagnostics(m_session, path);
     Logon();
-    shell.OpenFile(path);
+    if (written)
+        shell.OpenFile(path);
 }
 
 } // namespace kr

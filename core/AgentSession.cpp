@@ -13,6 +13,7 @@ void AgentSession::Reset() {
     agentSMTP.clear();
     agentName.clear();
     languagesChanged = false;
+    personalitiesChanged = false;
 }
 
 } // namespace kr

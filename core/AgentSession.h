@@ -41,6 +41,8 @@ struct LogonHooks {
     std::function<std::string()> loadTreeRoot;
     /// Form_Activate: runs the wizard when the FirstRun flag stands.
     std::function<void()> activate;
+    /// Pushes the changed list of personality agents to handhelds.
+    std::function<void()> publishPersonalities;
     /// The Refresh command, for GetZandrelFolder's offer.
     std::function<void()> refreshView;
 };
@@ -81,6 +83,8 @@ struct AgentSession {
     Time usersLoaded{};
     /// Language data changed in this run and must be stored and announced (code 131).
     bool languagesChanged = false;
+    /// Personality agents changed in this run and the handhelds don't know yet.
+    bool personalitiesChanged = false;
 
     /// ResetConnection's part: closes recordsets, empties ids and per-session strings and the
     /// agent folders; the session object stays until DoLogon replaces it.

@@ -247,38 +247,42 @@ RawCell RecordsetData::encode(int field, const Value& converted) {
     return cellOf(bitsOf(converted));
 }
 
-RawCell RecordsetData::encodeCell(int field, const RecordsetCell& cell) {
-    const Field& definition = m_fields[static_cast<size_t>(field)];
-    using Kind = RecordsetCell::Kind;
-    switch (definition.type) {
-    case FieldType::Text:
-    case FieldType::LongText:
-        if (cell.kind != Kind::Text)
-            return kNullCell;
-        // as tables of a store do, which cut a long text too
-        return addText(field, cell.text.size() <= static_cast<size_t>(definition.size)
-                                  ? cell.text
-                                  : CutText(cell.text, static_cast<size_t>(definition.size)));
-    case FieldType::Variant:
-        if (cell.kind == Kind::Text)
-            return m_arena.AddVariant(cell.text);
-        if (cell.kind == Kind::Integer)
-            return m_arena.AddVariant(static_cast<int32_t>(cell.integer));
-        return cell.kind == Kind::Real ? m_arena.AddVariant(cell.real) : kNullCell;
-    case FieldType::Double:
-        return cell.kind == Kind::Real ? std::bit_cast<RawCell>(cell.real) : kNullCell;
-    case FieldType::SmallInt:
-        if (cell.integer != static_cast<int16_t>(cell.integer))
-            return kNullCell;
-        break;
-    case FieldType::Integer:
-        if (cell.integer != static_cast<int32_t>(cell.integer))
-            return kNullCell;
-        break;
+RawCell RecordsetData::encodeText(int field, std::string_view text) {
+    const auto size = static_cast<size_t>(m_fields[static_cast<size_t>(field)].size);
+    // as tables of a store do, which cut a long text too
+    return addText(field, text.size() <= size ? text : CutText(text, size));
+}
+
+RawCell RecordsetData::encodeVariant(const RecordsetCell& cell) {
+    switch (cell.kind) {
+    case RecordsetCell::Kind::Text:
+        return m_arena.AddVariant(cell.text);
+    case RecordsetCell::Kind::Integer:
+        return m_arena.AddVariant(static_cast<int32_t>(cell.integer));
+    case RecordsetCell::Kind::Real:
+        return m_arena.AddVariant(cell.real);
     default:
-        break;
+        return kNullCell;
     }
-    return cell.kind == Kind::Integer ? cellOf(cell.integer) : kNullCell;
+}
+
+/// A cell of another kind than the field's, or out of its range, is null.
+inline RawCell RecordsetData::encodeCell(int field, const RecordsetCell& cell) {
+    using Kind = RecordsetCell::Kind;
+    const FieldType type = m_fields[static_cast<size_t>(field)].type;
+    if (cell.kind == Kind::Integer) {
+        const bool whole =
+            type == FieldType::Date || type == FieldType::Boolean || type == FieldType::Currency ||
+            (type == FieldType::Integer && cell.integer == static_cast<int32_t>(cell.integer)) ||
+            (type == FieldType::SmallInt && cell.integer == static_cast<int16_t>(cell.integer));
+        if (whole)
+            return cellOf(cell.integer);
+    } else if (cell.kind == Kind::Text && IsTextField(type)) {
+        return encodeText(field, cell.text);
+    } else if (cell.kind == Kind::Real && type == FieldType::Double) {
+        return std::bit_cast<RawCell>(cell.real);
+    }
+    return type == FieldType::Variant ? encodeVariant(cell) : kNullCell;
 }
 
 RowId RecordsetData::newRow() {

@@ -130,6 +130,8 @@ private:
     RowId newRow();
     RawCell encode(int field, const Value& converted);
     RawCell encodeCell(int field, const RecordsetCell& cell);
+    RawCell encodeText(int field, std::string_view text);
+    RawCell encodeVariant(const RecordsetCell& cell);
     RawCell addText(int field, std::string_view text);
     void indexCell(RowId row, int field);
     void indexRow(RowId row);

@@ -1,6 +1,7 @@
 #include "console/forms/FormTools.h"
 
 #include <QStyle>
+#include <algorithm>
 
 #include "console/forms/Icons.h"
 
@@ -9,6 +10,12 @@ namespace kr {
 QSize TextRoom(const QWidget& widget, int columns, int lines) {
     const QFontMetrics metrics = widget.fontMetrics();
     return {columns * metrics.averageCharWidth(), lines * metrics.lineSpacing()};
+}
+
+void FitText(QLabel& label, int columns) {
+    const int most = TextRoom(label, columns, 1).width();
+    const int width = std::min(most, label.fontMetrics().size(0, label.text()).width());
+    label.setMinimumSize(width, label.heightForWidth(width));
 }
 
 void SetImage(QLabel& label, std::string_view image) {

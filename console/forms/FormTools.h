@@ -12,6 +12,10 @@ namespace kr {
 /// sized: pixels would be wrong for another font.
 QSize TextRoom(const QWidget& widget, int columns, int lines);
 
+/// Makes room for the label's whole text, lines broken after that many average characters. A label
+/// that breaks lines tells its window too late how high it is.
+void FitText(QLabel& label, int columns);
+
 /// Shows an image in the size of a message box's icon, sharp at every scale.
 void SetImage(QLabel& label, std::string_view image);
 

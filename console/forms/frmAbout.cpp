@@ -26,7 +26,7 @@ frmAbout::frmAbout(const QString& version, const QString& storeVersion, QWidget*
         tr("Store library version: %1").arg(storeVersion.isEmpty() ? unknown : storeVersion));
     m_ui->lblLicense->setText(tr("Proprietary software, all rights reserved. Uses Qt under the GNU "
                                  "Lesser General Public License, version 3."));
-    m_ui->lblLicense->setMinimumWidth(TextRoom(*this, kColumns, 1).width());
+    FitText(*m_ui->lblLicense, kColumns);
     connect(m_ui->cmdOK, &QPushButton::clicked, this, &QDialog::accept);
 }
 

@@ -2,6 +2,7 @@
 
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QStyle>
 #include <algorithm>
 
 #include "console/forms/AddressRows.h"
@@ -65,6 +66,8 @@ void frmAddressBook::makeSingle() {
     for (QWidget* widget : std::initializer_list<QWidget*>{m_ui->cmdAdd, m_ui->cmdRemove,
                                                            m_ui->lblChosen, m_ui->lvChosen})
         widget->hide();
+    m_ui->layNames->setColumnStretch(2, 0);
+    m_ui->layNames->setHorizontalSpacing(0);
     m_ui->lvNames->setSelectionMode(QAbstractItemView::SingleSelection);
     resize(TextRoom(*this, kSingleColumns, kLines));
     if (!m_options.chosen.empty())

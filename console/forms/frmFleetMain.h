@@ -100,6 +100,7 @@ private:
     void loadWindow();
     void saveWindow();
     void closeOtherForms();
+    void Form_QueryUnload();
     void Form_Unload();
     void applyColors();
     void fitIcons();

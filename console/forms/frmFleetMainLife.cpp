@@ -132,8 +132,10 @@ void frmFleetMain::closeEvent(QCloseEvent* event) {
         event->ignore();
         return;
     }
-    if (!m_unloaded)
+    if (!m_unloaded) {
+        Form_QueryUnload();
         Form_Unload();
+    }
     m_unloaded = true;
     event->accept();
 }
@@ -143,6 +145,18 @@ void frmFleetMain::closeOtherForms() {
     for (auto form = forms.crbegin(); form != forms.crend(); ++form)
         if (*form != this && (*form)->isVisible())
             (*form)->close();
+}
+
+/// Asks about what handhelds don't know yet; the close goes on whatever the answer is.
+void frmFleetMain::Form_QueryUnload() {
+    if (!std::exchange(m_session.personalitiesChanged, false))
+        return;
+    const BoxAnswer answer = m_session.ui().MsgBox(
+        "There are unpublished changes to the list of Personality Agents\n"
+        "Do you want to push those to handhelds now?",
+        BoxIcon::Question, BoxButtons::YesNo);
+    if (answer == BoxAnswer::Yes && m_session.hooks.publishPersonalities)
+        m_session.hooks.publishPersonalities();
 }
 
 void frmFleetMain::Form_Unload() {

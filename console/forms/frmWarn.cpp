@@ -7,7 +7,7 @@ namespace kr {
 
 namespace {
 
-constexpr int kColumns = 60;
+constexpr int kColumns = 80;
 
 } // namespace
 
@@ -16,7 +16,7 @@ frmWarn::frmWarn(const QString& text, QWidget* parent)
     m_ui->setupUi(this);
     SetImage(*m_ui->imgWarn, "imgExclamation");
     m_ui->lblWarn->setText(text);
-    m_ui->lblWarn->setMinimumWidth(TextRoom(*this, kColumns, 1).width());
+    FitText(*m_ui->lblWarn, kColumns);
     connect(m_ui->cmdOK, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_ui->cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
     m_ui->cmdOK->setFocus();

@@ -1,5 +1,6 @@
 #include "platform/store/sqlite/Blob.h"
 
+#include <array>
 #include <cstring>
 
 namespace kr::sqlite {
@@ -8,26 +9,28 @@ namespace {
 
 constexpr uint8_t kVersion = 1;
 
-/// Size of a fixed type; -1 for a value behind its length, -2 for a list.
-int sizeOf(PropType type) {
-    switch (type) {
-    case PropType::Short:
-        return 2;
-    case PropType::Long:
-        return 4;
-    case PropType::Boolean:
-        return 1;
-    case PropType::Double:
-    case PropType::Double5:
-    case PropType::Currency:
-    case PropType::Time:
-        return 8;
-    case PropType::StringList:
-    case PropType::UnicodeList:
-        return -2;
-    default:
-        return -1;
-    }
+constexpr int kBehindLength = -1;
+constexpr int kList = -2;
+
+constexpr auto kSizes = [] {
+    std::array<int8_t, 256> sizes{};
+    sizes.fill(kBehindLength);
+    const auto set = [&](PropType type, int8_t size) { sizes[static_cast<size_t>(type)] = size; };
+    set(PropType::Boolean, 1);
+    set(PropType::Short, 2);
+    set(PropType::Long, 4);
+    for (const PropType type :
+         {PropType::Double, PropType::Double5, PropType::Currency, PropType::Time})
+        set(type, 8);
+    return sizes;
+}();
+
+/// Size of a fixed type, or one of the two above.
+inline int sizeOf(PropType type) {
+    const auto number = static_cast<uint16_t>(type);
+    if (number < kSizes.size())
+        return kSizes[number];
+    return type == PropType::StringList || type == PropType::UnicodeList ? kList : kBehindLength;
 }
 
 template <class T>
@@ -54,31 +57,14 @@ std::string encodeList(const Strings& list) {
     return out;
 }
 
-} // namespace
-
-void AppendVarint(std::string& out, uint64_t value) {
-    while (value >= 0x80) {
-        out += static_cast<char>(value | 0x80);
-        value >>= 7;
+[[gnu::always_inline]] inline bool readVarint(const char*& at, const char* end, uint64_t& value) {
+    if (at != end && static_cast<int8_t>(*at) >= 0) { // one byte is the rule
+        value = static_cast<uint8_t>(*at++);
+        return true;
     }
-    out += static_cast<char>(value);
-}
-
-BlobReader::BlobReader(std::string_view blob) : m_rest(blob) {
-    if (m_rest.empty() || static_cast<uint8_t>(m_rest.front()) != kVersion) {
-        m_rest = {};
-        return;
-    }
-    m_rest.remove_prefix(1);
-    if (!varint(m_left))
-        m_left = 0;
-}
-
-bool BlobReader::varint(uint64_t& value) {
     value = 0;
-    for (int shift = 0; shift < 64 && !m_rest.empty(); shift += 7) {
-        const auto byte = static_cast<uint8_t>(m_rest.front());
-        m_rest.remove_prefix(1);
+    for (int shift = 0; shift < 64 && at != end; shift += 7) {
+        const auto byte = static_cast<uint8_t>(*at++);
         value |= static_cast<uint64_t>(byte & 0x7F) << shift;
         if ((byte & 0x80) == 0)
             return true;
@@ -86,70 +72,59 @@ bool BlobReader::varint(uint64_t& value) {
     return false;
 }
 
-bool BlobReader::listPayload(std::string_view& payload) {
-    const char* begin = m_rest.data();
+/// The number of properties; 0 for what is no blob.
+uint64_t readCount(const char*& at, const char* end) {
     uint64_t count = 0;
-    if (!varint(count))
+    if (at == end || static_cast<uint8_t>(*at) != kVersion)
+        return 0;
+    ++at;
+    return readVarint(at, end, count) ? count : 0;
+}
+
+/// A list stands without a length of its own: its end is where its last text ends.
+bool listEnd(const char*& at, const char* end) {
+    uint64_t count = 0;
+    if (!readVarint(at, end, count))
         return false;
     for (; count > 0; --count) {
         uint64_t size = 0;
-        if (!varint(size) || size > m_rest.size())
+        if (!readVarint(at, end, size) || size > static_cast<uint64_t>(end - at))
             return false;
-        m_rest.remove_prefix(size);
+        at += size;
     }
-    payload = {begin, static_cast<size_t>(m_rest.data() - begin)};
     return true;
 }
 
-bool BlobReader::Next(RawProperty& property) {
-    if (m_left == 0 || m_rest.size() < 4)
+[[gnu::always_inline]] inline bool nextProperty(const char*& at, const char* end,
+                                                RawProperty& property) {
+    if (end - at < 4)
         return false;
-    --m_left;
-    const auto tag = from<uint32_t>(m_rest);
-    m_rest.remove_prefix(4);
+    uint32_t tag = 0;
+    std::memcpy(&tag, at, sizeof tag);
+    at += sizeof tag;
     property.big = (tag & kBigFlag) != 0;
     property.tag = tag & ~kBigFlag;
     property.payload = {};
     if (property.big)
-        return varint(property.bigLength);
+        return readVarint(at, end, property.bigLength);
     const int size = sizeOf(TypeOf(property.tag));
-    if (size == -2)
-        return listPayload(property.payload);
-    uint64_t length = static_cast<uint64_t>(size);
-    if ((size < 0 && !varint(length)) || length > m_rest.size())
+    const char* begin = at;
+    if (size == kList) {
+        if (!listEnd(at, end))
+            return false;
+        property.payload = {begin, static_cast<size_t>(at - begin)};
+        return true;
+    }
+    auto length = static_cast<uint64_t>(size);
+    if ((size < 0 && !readVarint(at, end, length)) || length > static_cast<uint64_t>(end - at))
         return false;
-    property.payload = m_rest.substr(0, length);
-    m_rest.remove_prefix(length);
+    property.payload = {at, length};
+    at += length;
     return true;
 }
 
-PropType TypeOfValue(const Value& value) {
-    static constexpr PropType kTypes[] = {
-        PropType::Unspecified, PropType::Short,     PropType::Long,   PropType::Currency,
-        PropType::Double,      PropType::Boolean,   PropType::String, PropType::Time,
-        PropType::Binary,      PropType::StringList};
-    return kTypes[value.variant().index()];
-}
-
-std::string EncodePayload(PropType, const Value& value) {
-    struct Encode {
-        std::string operator()(std::monostate) const { return {}; }
-        std::string operator()(int16_t v) const { return raw(v); }
-        std::string operator()(int32_t v) const { return raw(v); }
-        std::string operator()(Currency v) const { return raw(v.scaled); }
-        std::string operator()(double v) const { return raw(v); }
-        std::string operator()(bool v) const { return raw(static_cast<uint8_t>(v)); }
-        std::string operator()(const std::string& v) const { return v; }
-        std::string operator()(Time v) const {
-            return raw((v.time_since_epoch().count() + kFileTimeEpoch) * kTicksPerSecond);
-        }
-        std::string operator()(const Bytes& v) const { return {v.begin(), v.end()}; }
-        std::string operator()(const Strings& v) const { return encodeList(v); }
-    };
-    return std::visit(Encode{}, value.variant());
-}
-
-void DecodeCell(PropType type, std::string_view payload, TableCell& cell) {
+[[gnu::always_inline]] inline void decode(PropType type, std::string_view payload,
+                                          TableCell& cell) {
     cell.type = type;
     switch (type) {
     case PropType::Short:
@@ -179,6 +154,89 @@ void DecodeCell(PropType type, std::string_view payload, TableCell& cell) {
     }
 }
 
+} // namespace
+
+void AppendVarint(std::string& out, uint64_t value) {
+    while (value >= 0x80) {
+        out += static_cast<char>(value | 0x80);
+        value >>= 7;
+    }
+    out += static_cast<char>(value);
+}
+
+BlobReader::BlobReader(std::string_view blob)
+    : m_at(blob.data()), m_end(blob.data() + blob.size()), m_left(readCount(m_at, m_end)) {}
+
+bool BlobReader::Next(RawProperty& property) {
+    if (m_left == 0)
+        return false;
+    --m_left;
+    if (nextProperty(m_at, m_end, property))
+        return true;
+    m_left = 0;
+    return false;
+}
+
+bool FillCells(std::string_view blob, std::span<const BlobColumn> columns, TableCell* cells) {
+    const char* at = blob.data();
+    const char* const end = at + blob.size();
+    const BlobColumn* column = columns.data();
+    const BlobColumn* const last = column + columns.size();
+    bool outside = false;
+    RawProperty p;
+    for (uint64_t left = readCount(at, end); left > 0 && column != last; --left) {
+        if (!nextProperty(at, end, p))
+            break;
+        const uint16_t id = PropId(p.tag);
+        for (; column != last && column->id < id; ++column)
+            cells[column->place] = {};
+        for (; column != last && column->id == id; ++column) {
+            TableCell& cell = cells[column->place];
+            cell = {};
+            outside |= p.big;
+            if (p.big) {
+                cell.type = TypeOf(p.tag);
+                cell.integer = kKeptOutside;
+            } else {
+                decode(TypeOf(p.tag), p.payload, cell);
+            }
+        }
+    }
+    for (; column != last; ++column)
+        cells[column->place] = {};
+    return outside;
+}
+
+PropType TypeOfValue(const Value& value) {
+    static constexpr PropType kTypes[] = {
+        PropType::Unspecified, PropType::Short,     PropType::Long,   PropType::Currency,
+        PropType::Double,      PropType::Boolean,   PropType::String, PropType::Time,
+        PropType::Binary,      PropType::StringList};
+    return kTypes[value.variant().index()];
+}
+
+std::string EncodePayload(PropType, const Value& value) {
+    struct Encode {
+        std::string operator()(std::monostate) const { return {}; }
+        std::string operator()(int16_t v) const { return raw(v); }
+        std::string operator()(int32_t v) const { return raw(v); }
+        std::string operator()(Currency v) const { return raw(v.scaled); }
+        std::string operator()(double v) const { return raw(v); }
+        std::string operator()(bool v) const { return raw(static_cast<uint8_t>(v)); }
+        std::string operator()(const std::string& v) const { return v; }
+        std::string operator()(Time v) const {
+            return raw((v.time_since_epoch().count() + kFileTimeEpoch) * kTicksPerSecond);
+        }
+        std::string operator()(const Bytes& v) const { return {v.begin(), v.end()}; }
+        std::string operator()(const Strings& v) const { return encodeList(v); }
+    };
+    return std::visit(Encode{}, value.variant());
+}
+
+void DecodeCell(PropType type, std::string_view payload, TableCell& cell) {
+    decode(type, payload, cell);
+}
+
 Value DecodePayload(PropType type, std::string_view payload) {
     TableCell cell;
     DecodeCell(type, payload, cell);
@@ -195,7 +253,7 @@ std::string WriteBlob(const std::vector<RawProperty>& properties) {
             AppendVarint(out, property.bigLength);
             continue;
         }
-        if (sizeOf(TypeOf(property.tag)) == -1)
+        if (sizeOf(TypeOf(property.tag)) == kBehindLength)
             AppendVarint(out, property.payload.size());
         out += property.payload;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,10 +34,8 @@ public:
     bool Next(RawProperty& property);
 
 private:
-    bool varint(uint64_t& value);
-    bool listPayload(std::string_view& payload);
-
-    std::string_view m_rest;
+    const char* m_at = nullptr;
+    const char* m_end = nullptr;
     uint64_t m_left = 0;
 };
 
@@ -45,6 +44,17 @@ std::string EncodePayload(PropType type, const Value& value);
 Value DecodePayload(PropType type, std::string_view payload);
 /// The same as a view; list texts stay encoded.
 void DecodeCell(PropType type, std::string_view payload, TableCell& cell);
+
+/// A column of a table row that the blob answers.
+struct BlobColumn {
+    uint16_t id = 0;
+    size_t place = 0; // of its cell in the row
+};
+/// Stands in the integer of a cell whose value is kept outside.
+constexpr int64_t kKeptOutside = -1;
+/// Fills the cells of all columns, which come in ascending order of their ids, in one pass; missing
+/// ones become empty. True when a value is kept outside.
+bool FillCells(std::string_view blob, std::span<const BlobColumn> columns, TableCell* cells);
 
 /// Writes a whole blob; properties must come in ascending order of their ids.
 std::string WriteBlob(const std::vector<RawProperty>& properties);

@@ -61,6 +61,11 @@ EntryID hexId(const std::string& bytes) { return EntryID(HexOf(bytes.data(), byt
 
 constexpr uint64_t kAssociatedTop = uint64_t{1} << 47;
 
+uint64_t messageNumber(int64_t message) {
+    return static_cast<uint64_t>(message & kSequenceMask) |
+           ((message & kAssociatedBit) ? kAssociatedTop : 0);
+}
+
 std::string folderPart(std::string_view guid, uint16_t type, int64_t folder) {
     return std::string(kLongTerm) + std::string(kProvider) + little(type, 2) + std::string(guid) +
            counter(static_cast<uint64_t>(folder)) + std::string(2, '\0');
@@ -85,27 +90,49 @@ std::optional<std::string> UnHex(std::string_view text) {
     return bytes;
 }
 
+std::string StoreIdBytes(std::string_view guid, bool isPublic) {
+    return std::string(kLongTerm) + std::string(kProvider) +
+           little(isPublic ? kStorePublic : kStorePrivate, 2) + std::string(guid);
+}
+
+std::string FolderIdBytes(std::string_view guid, bool isPublic, int64_t folder) {
+    return folderPart(guid, isPublic ? kFolderPublic : kFolderPrivate, folder);
+}
+
+std::string MessageIdBytes(std::string_view guid, bool isPublic, int64_t message) {
+    return folderPart(guid, isPublic ? kMessagePublic : kMessagePrivate, MessageFolder(message)) +
+           std::string(guid) + counter(messageNumber(message)) + std::string(2, '\0');
+}
+
+std::string ShortTermIdBytes(uint64_t session, ObjectId::Kind kind, int64_t object) {
+    return std::string(kShortTerm) + little(session, 8) + little(static_cast<uint64_t>(kind), 4) +
+           little(static_cast<uint64_t>(object), 8);
+}
+
 EntryID StoreId(std::string_view guid, bool isPublic) {
-    return hexId(std::string(kLongTerm) + std::string(kProvider) +
-                 little(isPublic ? kStorePublic : kStorePrivate, 2) + std::string(guid));
+    return hexId(StoreIdBytes(guid, isPublic));
 }
 
 EntryID FolderId(std::string_view guid, bool isPublic, int64_t folder) {
-    return hexId(folderPart(guid, isPublic ? kFolderPublic : kFolderPrivate, folder));
+    return hexId(FolderIdBytes(guid, isPublic, folder));
 }
 
 EntryID MessageId(std::string_view guid, bool isPublic, int64_t message) {
-    uint64_t number = static_cast<uint64_t>(message & kSequenceMask);
-    if (message & kAssociatedBit)
-        number |= kAssociatedTop;
-    return hexId(
-        folderPart(guid, isPublic ? kMessagePublic : kMessagePrivate, MessageFolder(message)) +
-        std::string(guid) + counter(number) + std::string(2, '\0'));
+    return hexId(MessageIdBytes(guid, isPublic, message));
 }
 
 EntryID ShortTermId(uint64_t session, ObjectId::Kind kind, int64_t object) {
-    return hexId(std::string(kShortTerm) + little(session, 8) +
-                 little(static_cast<uint64_t>(kind), 4) + little(static_cast<uint64_t>(object), 8));
+    return hexId(ShortTermIdBytes(session, kind, object));
+}
+
+void PutMessage(char* id, int64_t message) {
+    const std::string bytes = counter(messageNumber(message));
+    std::memcpy(id + 62, bytes.data(), bytes.size());
+}
+
+void PutShortTerm(char* id, int64_t object) {
+    for (int i = 0; i < 8; ++i)
+        id[16 + i] = static_cast<char>(object >> (8 * i));
 }
 
 std::optional<ObjectId> ReadId(const EntryID& id, uint64_t session) {

@@ -207,15 +207,18 @@ private:
         const auto bytes = UnHex(id.text());
         return bytes ? Value(Bytes(bytes->begin(), bytes->end())) : Value();
     }
+    std::string longText(uint16_t id) const {
+        Use row(file().Sql("SELECT value FROM big WHERE owner=? AND tag=?"));
+        row->Bind(1, m_id).Bind(2, id);
+        return std::string(row->Step() ? row->Text(0) : std::string_view());
+    }
     Value stored(uint16_t id) const {
         const PropertyBag::Stored* found = m_bag.Find(id);
         if (!found)
             return {};
         if (!found->big || !found->payload.empty())
             return DecodePayload(TypeOf(found->tag), found->payload);
-        Use row(file().Sql("SELECT value FROM big WHERE owner=? AND tag=?"));
-        row->Bind(1, m_id).Bind(2, id);
-        return row->Step() ? DecodePayload(TypeOf(found->tag), row->Text(0)) : Value();
+        return DecodePayload(TypeOf(found->tag), longText(id));
     }
 
     void insert() {
@@ -278,6 +281,8 @@ private:
     // The hashed index. Only entries of changed keys move.
     int64_t side() const { return m_folder << 1 | (m_associated ? 1 : 0); }
     void indexOne(uint16_t id, std::string_view text, bool add) {
+        if (m_folder == 0)
+            return; // embedded messages are never searched
         file()
             .Sql(add ? "INSERT OR IGNORE INTO pidx VALUES(?,?,?,?)"
                      : "DELETE FROM pidx WHERE folder=? AND tag=? AND key=? AND msg=?")
@@ -292,11 +297,10 @@ private:
         const PropType type = stored ? TypeOf(stored->tag) : PropType::Unspecified;
         if (type != PropType::String && type != PropType::Unicode)
             return;
-        indexOne(id, stored->big ? Fields(stored->tag).text() : stored->payload, add);
+        // a long value may lie outside; what is kept there is still the one that was indexed
+        indexOne(id, stored->big && stored->payload.empty() ? longText(id) : stored->payload, add);
     }
     void indexAll() {
-        if (m_folder == 0)
-            return;
         if (m_subjectSet)
             indexOne(PropId(PR_SUBJECT), m_subject, true);
         for (const PropTag tag : m_bag.Tags())

@@ -36,6 +36,12 @@ void copyAttachments(StoreFile& file, int64_t from, int64_t to) {
     }
 }
 
+int64_t longKey(StoreFile& file, int64_t owner, uint16_t id) {
+    Use row(file.Sql("SELECT value FROM big WHERE owner=? AND tag=?"));
+    row->Bind(1, owner).Bind(2, id);
+    return IndexKey(row->Step() ? row->Text(0) : std::string_view());
+}
+
 /// Entries of the hashed index that a row has, by property id and key.
 std::vector<std::pair<uint16_t, int64_t>> indexEntries(StoreFile& file, int64_t id) {
     std::vector<std::pair<uint16_t, int64_t>> entries;
@@ -45,10 +51,17 @@ std::vector<std::pair<uint16_t, int64_t>> indexEntries(StoreFile& file, int64_t 
     if (store == 0 || !row->Step())
         return entries;
     entries.emplace_back(PropId(PR_SUBJECT), IndexKey(row->Text(0)));
-    BlobReader reader(row->Text(1));
-    for (RawProperty p; reader.Next(p);)
-        if (file.IsIndexed(store, PropId(p.tag)) && TypeOf(p.tag) == PropType::String && !p.big)
-            entries.emplace_back(PropId(p.tag), IndexKey(p.payload));
+    PropertyBag bag;
+    bag.Load(row->Text(1));
+    for (const PropTag tag : bag.Tags()) {
+        const PropType type = TypeOf(tag);
+        if ((type != PropType::String && type != PropType::Unicode) ||
+            !file.IsIndexed(store, PropId(tag)))
+            continue;
+        const auto* stored = bag.Find(PropId(tag));
+        entries.emplace_back(PropId(tag), stored->big ? longKey(file, id, PropId(tag))
+                                                      : IndexKey(stored->payload));
+    }
     return entries;
 }
 

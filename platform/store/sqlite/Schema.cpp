@@ -1,6 +1,10 @@
 #include "platform/store/sqlite/Schema.h"
 
-#include <filesystem>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
 
 #include "platform/store/Store.h"
 
@@ -59,7 +63,53 @@ void exec(sqlite3* db, const std::string& sql) {
 }
 
 /// Steps from layout 1 on: kSteps[0] leads from 1 to 2, and so on.
-constexpr std::array<const char*, 0> kSteps{};
+constexpr std::array<const char*, kLayout - 1> kSteps{};
+
+/// The layout in a file's header, without opening it: bytes 60 to 63, big-endian.
+int layoutOfCopy(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    unsigned char bytes[4] = {};
+    in.seekg(60);
+    in.read(reinterpret_cast<char*>(bytes), sizeof bytes);
+    return bytes[0] << 24 | bytes[1] << 16 | bytes[2] << 8 | bytes[3];
+}
+
+/// Keeps the file as "<path>.layout<n>" before it is changed.
+void keepCopy(sqlite3* db, const std::string& path, int layout) {
+    const std::string kept = path + ".layout" + std::to_string(layout);
+    const std::string copy = kept + "." + std::to_string(getpid());
+    unlink(copy.c_str());
+    try {
+        Statement vacuum(db, "VACUUM INTO ?");
+        vacuum.Bind(1, std::string_view(copy)).Run();
+    } catch (...) {
+        unlink(copy.c_str());
+        throw;
+    }
+    // another program may have been first with the steps: its copy is the one to keep
+    if (layoutOfCopy(copy) != layout) {
+        unlink(copy.c_str());
+        return;
+    }
+    if (std::rename(copy.c_str(), kept.c_str()) != 0) {
+        unlink(copy.c_str());
+        throw PlatformError(MAPI_E_NO_ACCESS, kept + " can't be written", "MessageStore");
+    }
+}
+
+void takeStep(sqlite3* db, int from, const char* step) {
+    exec(db, "BEGIN IMMEDIATE");
+    try {
+        if (pragma(db, "user_version") == from) { // else another program has done it
+            exec(db, step);
+            exec(db, "PRAGMA user_version=" + std::to_string(from + 1));
+        }
+        exec(db, "COMMIT");
+    } catch (...) {
+        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
+}
 
 struct Reference {
     const char* sql;
@@ -77,6 +127,9 @@ constexpr Reference kReferences[] = {
      "messages without a class"},
     {"SELECT count(*) FROM pidx WHERE msg NOT IN (SELECT id FROM msg)",
      "index entries without a message"},
+    {"SELECT count(*) FROM msg WHERE (id>>41)<>0 AND subject<>'' AND NOT EXISTS (SELECT 1 FROM "
+     "pidx WHERE folder=msg.id>>40 AND tag=55 AND msg=msg.id)",
+     "messages without their index entry"},
     {"SELECT count(*) FROM big WHERE owner NOT IN (SELECT id FROM msg)",
      "long values without a message"},
     {"SELECT count(*) FROM recipient WHERE msg NOT IN (SELECT id FROM msg)",
@@ -104,37 +157,41 @@ void CreateTables(sqlite3* db) {
     exec(db, "COMMIT");
 }
 
-void CheckLayout(sqlite3* db, const std::string& path) {
+void CheckLayout(sqlite3* db, const std::string& path) { CheckLayout(db, path, kSteps); }
+
+void CheckLayout(sqlite3* db, const std::string& path, std::span<const char* const> steps) {
     if (pragma(db, "application_id") != kApplicationId)
         throw PlatformError(MAPI_E_CORRUPT_STORE, path + " is not a message store", "MessageStore");
     const int layout = pragma(db, "user_version");
-    if (layout > kLayout)
+    const int present = 1 + static_cast<int>(steps.size());
+    if (layout > present)
         throw PlatformError(MAPI_E_VERSION,
                             path + " was written by a newer version of this program",
                             "MessageStore");
-    if (layout == kLayout)
+    if (layout == present)
         return;
-    exec(db, "VACUUM INTO '" + path + ".layout" + std::to_string(layout) + "'");
-    for (int from = layout; from < kLayout; ++from) {
-        exec(db, "BEGIN IMMEDIATE");
-        if (pragma(db, "user_version") == from && from >= 1) {
-            exec(db, kSteps[static_cast<size_t>(from) - 1]);
-            exec(db, "PRAGMA user_version=" + std::to_string(from + 1));
-        }
-        exec(db, "COMMIT");
-    }
+    if (layout < 1)
+        throw PlatformError(MAPI_E_CORRUPT_STORE, path + " has no layout that is known",
+                            "MessageStore");
+    keepCopy(db, path, layout);
+    for (int from = layout; from < present; ++from)
+        takeStep(db, from, steps[static_cast<size_t>(from) - 1]);
 }
 
 std::vector<std::string> CheckStore(sqlite3* db) {
     std::vector<std::string> faults;
-    Statement integrity(db, "PRAGMA integrity_check");
-    while (integrity.Step())
-        if (const std::string_view text = integrity.Text(0); text != "ok")
-            faults.emplace_back(text);
-    for (const Reference& reference : kReferences) {
-        Statement statement(db, reference.sql);
-        if (statement.Step() && statement.Integer(0) > 0)
-            faults.push_back(std::to_string(statement.Integer(0)) + " " + reference.words);
+    try {
+        Statement integrity(db, "PRAGMA integrity_check");
+        while (integrity.Step())
+            if (const std::string_view text = integrity.Text(0); text != "ok")
+                faults.emplace_back(text);
+        for (const Reference& reference : kReferences) {
+            Statement statement(db, reference.sql);
+            if (statement.Step() && statement.Integer(0) > 0)
+                faults.push_back(std::to_string(statement.Integer(0)) + " " + reference.words);
+        }
+    } catch (const PlatformError& e) { // too damaged to be read to its end
+        faults.push_back(e.description());
     }
     return faults;
 }

@@ -4,6 +4,7 @@
 
 #include "core/Text.h"
 #include "platform/store/sqlite/SqliteStore.h"
+#include "platform/store/sqlite/TestSwitches.h"
 
 namespace kr::sqlite {
 
@@ -153,6 +154,9 @@ public:
     }
     bool StillThere() override { return m_state && m_state->file->StillThere(); }
 
+    /// What all objects of the session share; throws before the logon.
+    const SessionPtr& State() const { return state(); }
+
 private:
     const SessionPtr& state() const {
         if (!m_state)
@@ -213,7 +217,12 @@ private:
     Registry& m_registry;
 };
 
+SessionState& stateOf(RDOSession& session) { return *dynamic_cast<Session&>(session).State(); }
+
 } // namespace
+
+void CutTableTexts(RDOSession& session, size_t bytes) { stateOf(session).cutTexts = bytes; }
+void KeepChanges(RDOSession& session, int64_t count) { stateOf(session).file->KeepChanges(count); }
 
 RDOSessionPtr SessionOn(std::shared_ptr<StoreFile> file, std::string_view alias) {
     auto session = std::make_shared<Session>(nullptr);

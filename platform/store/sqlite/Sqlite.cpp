@@ -1,5 +1,7 @@
 #include "platform/store/sqlite/Sqlite.h"
 
+#include <cerrno>
+
 #include "platform/store/Store.h"
 
 namespace kr::sqlite {
@@ -7,7 +9,7 @@ namespace kr::sqlite {
 namespace {
 
 long numberOf(int code) {
-    switch (code & 0xFF) {
+    switch (code) {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
         return MAPI_E_CORRUPT_STORE;
@@ -24,8 +26,27 @@ long numberOf(int code) {
     }
 }
 
+/// The main result; what the system said tells a full disk and a missing right from other faults.
+int meaningOf(sqlite3* db, int code) {
+    const int main = code & 0xFF;
+    if (!db || (main != SQLITE_IOERR && main != SQLITE_CANTOPEN))
+        return main;
+    switch (sqlite3_system_errno(db)) {
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return SQLITE_FULL;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return SQLITE_PERM;
+    default:
+        return main;
+    }
+}
+
 std::string wordsOf(sqlite3* db, int code) {
-    switch (code & 0xFF) {
+    switch (code) {
     case SQLITE_NOTADB:
         return "the file is not a message store";
     case SQLITE_CORRUPT:
@@ -33,6 +54,8 @@ std::string wordsOf(sqlite3* db, int code) {
     case SQLITE_FULL:
         return "the disk is full";
     case SQLITE_READONLY:
+    case SQLITE_PERM:
+    case SQLITE_AUTH:
         return "the message store can't be written";
     case SQLITE_CANTOPEN:
         return "the message store can't be opened";
@@ -49,7 +72,8 @@ std::string wordsOf(sqlite3* db, int code) {
 } // namespace
 
 void Fail(sqlite3* db, int code, const std::string& what) {
-    throw PlatformError(numberOf(code), what + ": " + wordsOf(db, code), "MessageStore");
+    const int meaning = meaningOf(db, code);
+    throw PlatformError(numberOf(meaning), what + ": " + wordsOf(db, meaning), "MessageStore");
 }
 
 Statement::Statement(sqlite3* db, std::string_view sql) : m_db(db) {

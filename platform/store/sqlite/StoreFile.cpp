@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <random>
 #include <utility>
@@ -17,6 +18,7 @@ namespace {
 
 constexpr int kCheckpointFrames = 1000;
 constexpr int64_t kKeptChanges = 100'000;
+constexpr int kEagerTries = 500;
 constexpr auto kBusyLimit = std::chrono::seconds(10);
 
 /// Named properties that the hashed index serves; a change of this list raises "index" in meta.
@@ -51,6 +53,28 @@ bool indexedName(const PropName& name) {
     });
 }
 
+/// A file of ours that isn't finished; it goes with this object.
+struct HalfMade {
+    explicit HalfMade(std::string name) : path(std::move(name)) { unlink(path.c_str()); }
+    ~HalfMade() {
+        for (const char* tail : {"", "-wal", "-shm"})
+            unlink((path + tail).c_str());
+    }
+    HalfMade(const HalfMade&) = delete;
+    HalfMade& operator=(const HalfMade&) = delete;
+    std::string path;
+};
+
+void makeTables(const std::string& place, const std::string& path) {
+    sqlite3* db = nullptr;
+    const int rc =
+        sqlite3_open_v2(place.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closer(db, sqlite3_close_v2);
+    if (rc != SQLITE_OK)
+        Fail(db, rc, path);
+    CreateTables(db);
+}
+
 void pragma(sqlite3* db, const char* text) {
     if (const int rc = sqlite3_exec(db, text, nullptr, nullptr, nullptr); rc != SQLITE_OK)
         Fail(db, rc, "Message store");
@@ -73,17 +97,19 @@ struct StoreFile::NamedMaps {
     std::vector<uint16_t> indexed;
 };
 
+StoreFile::StoreFile() : m_keptChanges(kKeptChanges) {}
+
 void StoreFile::Create(const std::string& path) {
     std::error_code ignored;
     if (std::filesystem::exists(path, ignored))
         throw PlatformError(MAPI_E_COLLISION, path + " exists already", "MessageStore");
-    sqlite3* db = nullptr;
-    const int rc =
-        sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-    const std::unique_ptr<sqlite3, int (*)(sqlite3*)> closer(db, sqlite3_close_v2);
-    if (rc != SQLITE_OK)
-        Fail(db, rc, path);
-    CreateTables(db);
+    // made under another name, so that nobody opens half a file and a failure leaves none
+    const HalfMade half(path + ".new" + std::to_string(getpid()));
+    makeTables(half.path, path);
+    if (link(half.path.c_str(), path.c_str()) != 0)
+        throw PlatformError(errno == EEXIST ? MAPI_E_COLLISION : MAPI_E_NO_ACCESS,
+                            path + (errno == EEXIST ? " exists already" : " can't be created"),
+                            "MessageStore");
 }
 
 std::shared_ptr<StoreFile> StoreFile::Open(const std::string& path) {
@@ -99,11 +125,16 @@ void StoreFile::open(const std::string& path) {
         throw PlatformError(MAPI_E_NOT_FOUND, "There is no message store at " + path,
                             "MessageStore");
     m_inode = info.st_ino;
-    const int rc = sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE, nullptr);
+    // all objects of a session are used from one thread
+    const int rc =
+        sqlite3_open_v2(path.c_str(), &m_db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK)
         Fail(m_db, rc, path);
     sqlite3_extended_result_codes(m_db, 1);
     sqlite3_busy_handler(m_db, onBusy, this);
+    // SQLite opens such a file for reading only, and then fails later without a clear reason
+    if (sqlite3_db_readonly(m_db, "main") == 1)
+        Fail(m_db, SQLITE_READONLY, path);
     try {
         CheckLayout(m_db, path);
         configure();
@@ -113,6 +144,7 @@ void StoreFile::open(const std::string& path) {
                                                               : path + ": " + e.description(),
                             e.source());
     }
+    m_queue = std::make_unique<WriteQueue>(path);
     std::random_device random;
     m_origin = static_cast<int64_t>((static_cast<uint64_t>(random()) << 31) ^ random() ^
                                     static_cast<uint64_t>(getpid()));
@@ -144,14 +176,16 @@ StoreFile::~StoreFile() {
         sqlite3_close_v2(m_db);
 }
 
-/// Short sleeps that grow: the built-in handler's long ones let a waiting writer starve.
+/// Short sleeps: the built-in handler's long ones let a waiting writer starve.
 int StoreFile::onBusy(void* self, int count) {
-    const auto* file = static_cast<StoreFile*>(self);
-    const int wait = std::min(200 + count * 50, 2000); // microseconds
-    const auto waited = std::chrono::microseconds(static_cast<int64_t>(count) * 1500);
+    auto* file = static_cast<StoreFile*>(self);
+    const auto now = std::chrono::steady_clock::now();
+    if (count == 0)
+        file->m_busySince = now;
     // a checkpoint that gave up would fall back to one without the write lock
-    if (waited > kBusyLimit && !file->m_inCheckpoint)
+    if (now - file->m_busySince > kBusyLimit && !file->m_inCheckpoint)
         return 0;
+    const int wait = count < kEagerTries ? 100 : 2000; // microseconds
     usleep(static_cast<useconds_t>(wait));
     return 1;
 }
@@ -164,46 +198,91 @@ int StoreFile::onCommit(void* self, sqlite3*, const char*, int frames) {
 /// FULL takes the write lock before it reads the log's state, which keeps clear of writers that
 /// restart the log meanwhile.
 void StoreFile::checkpoint() {
-    if (m_frames <= kCheckpointFrames)
+    if (m_frames < m_checkpointed)
+        m_checkpointed = 0; // the log was begun anew
+    if (m_frames - m_checkpointed <= kCheckpointFrames)
         return;
-    m_frames = 0;
+    m_checkpointed = m_frames;
+    const WriteQueue::Place first(*m_queue);
     m_inCheckpoint = true;
     sqlite3_wal_checkpoint_v2(m_db, nullptr, SQLITE_CHECKPOINT_FULL, nullptr, nullptr);
     m_inCheckpoint = false;
 }
 
 Statement& StoreFile::Sql(std::string_view text) {
-    auto& statement = m_statements[std::string(text)];
-    if (!statement)
-        statement = std::make_unique<Statement>(m_db, text);
-    return *statement;
+    if (const auto it = m_statements.find(text); it != m_statements.end())
+        return *it->second;
+    auto statement = std::make_unique<Statement>(m_db, text);
+    return *m_statements.emplace(std::string(text), std::move(statement)).first->second;
 }
 
 void StoreFile::Begin() {
-    if (m_depth++ == 0)
+    if (m_depth == 0) {
+        const WriteQueue::Place first(*m_queue);
         Sql("BEGIN IMMEDIATE").Run();
+    }
+    ++m_depth;
 }
 
 void StoreFile::Commit() {
-    if (--m_depth > 0)
+    if (m_depth > 1) {
+        --m_depth;
         return;
-    Sql("COMMIT").Run();
+    }
+    try {
+        Sql("COMMIT").Run();
+    } catch (...) {
+        rollBack();
+        throw;
+    }
+    m_depth = 0;
     checkpoint();
+}
+
+void StoreFile::rollBack() {
+    m_depth = 0;
+    if (sqlite3_get_autocommit(m_db) == 0)
+        sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+    forgetNames();
+}
+
+/// Numbers that were given out in what is taken back may be given to something else next.
+void StoreFile::forgetNames() {
+    m_stores.clear();
+    m_folderStores.clear();
+    m_classIds.clear();
+    m_classNames.clear();
+    m_named.clear();
+}
+
+void StoreFile::join(const std::function<void()>& change) {
+    // a full disk can end the whole transaction; what comes then must not run without one
+    if (sqlite3_get_autocommit(m_db) != 0)
+        throw PlatformError(MAPI_E_CALL_FAILED, "The changes before this one were taken back.",
+                            "MessageStore");
+    Sql("SAVEPOINT part").Run();
+    try {
+        change();
+    } catch (...) {
+        if (sqlite3_get_autocommit(m_db) == 0)
+            sqlite3_exec(m_db, "ROLLBACK TO part; RELEASE part", nullptr, nullptr, nullptr);
+        forgetNames();
+        throw;
+    }
+    Sql("RELEASE part").Run();
 }
 
 void StoreFile::Write(const std::function<void()>& change) {
     if (m_depth > 0)
-        return change();
+        return join(change);
     Begin();
     try {
         change();
-        Commit();
     } catch (...) {
-        m_depth = 0;
-        if (sqlite3_get_autocommit(m_db) == 0)
-            sqlite3_exec(m_db, "ROLLBACK", nullptr, nullptr, nullptr);
+        rollBack();
         throw;
     }
+    Commit();
 }
 
 int64_t StoreFile::LogChange(StoreChange::Kind kind, int64_t object, int64_t folder) {
@@ -214,9 +293,14 @@ int64_t StoreFile::LogChange(StoreChange::Kind kind, int64_t object, int64_t fol
         .Bind(4, m_origin)
         .Run();
     const int64_t cn = sqlite3_last_insert_rowid(m_db);
-    if (cn % 1000 == 0)
-        Sql("DELETE FROM change WHERE cn<?").Bind(1, cn - kKeptChanges).Run();
+    prune(cn);
     return cn;
+}
+
+/// A hundredth at a time, so that few changes pay for it.
+void StoreFile::prune(int64_t newest) {
+    if (newest % std::max<int64_t>(m_keptChanges / 100, 1) == 0)
+        Sql("DELETE FROM change WHERE cn<=?").Bind(1, newest - m_keptChanges).Run();
 }
 
 const std::vector<StoreRow>& StoreFile::Stores() {
@@ -231,9 +315,16 @@ const std::vector<StoreRow>& StoreFile::Stores() {
 }
 
 const StoreRow* StoreFile::StoreById(int64_t id) {
-    const auto& stores = Stores();
-    const auto it = std::ranges::lower_bound(stores, id, {}, &StoreRow::id);
-    return it != stores.end() && it->id == id ? &*it : nullptr;
+    const auto find = [&]() -> const StoreRow* {
+        const auto& stores = Stores();
+        const auto it = std::ranges::lower_bound(stores, id, {}, &StoreRow::id);
+        return it != stores.end() && it->id == id ? &*it : nullptr;
+    };
+    const StoreRow* row = find();
+    if (row || id == 0)
+        return row;
+    ForgetStores(); // another program may have added it
+    return find();
 }
 
 const StoreRow* StoreFile::StoreByGuid(std::string_view guid) {
@@ -266,8 +357,9 @@ const std::string& StoreFile::ClassName(int64_t id) {
     Use row(Sql("SELECT name FROM msg_class WHERE id=?"));
     row->Bind(1, id);
     std::string name(row->Step() ? row->Text(0) : std::string_view());
-    if (m_depth == 0 && !name.empty())
-        m_classIds[name] = id;
+    if (m_depth > 0 || name.empty())
+        return m_uncommittedClass = std::move(name);
+    m_classIds[name] = id;
     return m_classNames[id] = std::move(name);
 }
 
@@ -320,11 +412,14 @@ uint16_t StoreFile::NamedId(int64_t store, const PropName& name, bool create) {
                 .Run();
         });
     } catch (const PlatformError&) {
-        return 0; // a store that can't be written has no id for it
+        if (m_depth > 0)
+            throw; // the caller's own change can't go on
+        return 0;  // a store that can't be written has no id for it
     }
-    readNamed(store, maps);
-    const auto it = maps.ids.find(key);
-    return it == maps.ids.end() ? uint16_t{0} : it->second;
+    auto& made = named(store); // the earlier one may have been forgotten
+    readNamed(store, made);
+    const auto it = made.ids.find(key);
+    return it == made.ids.end() ? uint16_t{0} : it->second;
 }
 
 std::optional<PropName> StoreFile::NameOfId(int64_t store, uint16_t id) {
@@ -338,7 +433,10 @@ std::optional<PropName> StoreFile::NameOfId(int64_t store, uint16_t id) {
 bool StoreFile::IsIndexed(int64_t store, uint16_t id) {
     if (id < 0x8000)
         return id == PropId(PR_SUBJECT) || id == PropId(PR_CONVERSATION_TOPIC);
-    return std::ranges::find(named(store).indexed, id) != named(store).indexed.end();
+    auto& maps = named(store);
+    if (!maps.names.contains(id))
+        readNamed(store, maps); // another program may have made it
+    return std::ranges::find(maps.indexed, id) != maps.indexed.end();
 }
 
 std::vector<StoreFile::RawChange> StoreFile::PollChanges(bool& reloadAll) {

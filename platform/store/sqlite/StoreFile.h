@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include "platform/store/Store.h"
 #include "platform/store/sqlite/Sqlite.h"
+#include "platform/store/sqlite/WriteQueue.h"
 
 namespace kr::sqlite {
 
@@ -55,7 +57,8 @@ public:
     const std::string& path() const { return m_path; }
     /// A statement prepared once; use it through Use so that it is reset.
     Statement& Sql(std::string_view text);
-    /// Runs the change in one transaction; within Begin and Commit it joins that.
+    /// Runs the change in one transaction, wholly or not at all; within Begin and Commit it joins
+    /// that, and a failing change takes back its own part only.
     void Write(const std::function<void()>& change);
     void Begin();
     void Commit();
@@ -67,6 +70,8 @@ public:
     const StoreRow* StoreById(int64_t id);
     const StoreRow* StoreByGuid(std::string_view guid);
     void ForgetStores() { m_stores.clear(); }
+    /// How many rows of the change log stay when it is pruned.
+    void KeepChanges(int64_t count) { m_keptChanges = count; }
     /// The store that holds a folder; 0 when there is no such folder.
     int64_t StoreOfFolder(int64_t folder);
 
@@ -90,10 +95,14 @@ public:
 
 private:
     struct NamedMaps;
-    StoreFile() = default;
+    StoreFile();
     void open(const std::string& path);
     void configure();
     void checkpoint();
+    void rollBack();
+    void forgetNames();
+    void join(const std::function<void()>& change);
+    void prune(int64_t newest);
     NamedMaps& named(int64_t store);
     void readNamed(int64_t store, NamedMaps& maps);
     static int onBusy(void* self, int count);
@@ -101,7 +110,15 @@ private:
 
     std::string m_path;
     sqlite3* m_db = nullptr;
-    std::unordered_map<std::string, std::unique_ptr<Statement>> m_statements;
+    std::unique_ptr<WriteQueue> m_queue;
+    struct TextHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view text) const {
+            return std::hash<std::string_view>{}(text);
+        }
+    };
+    std::unordered_map<std::string, std::unique_ptr<Statement>, TextHash, std::equal_to<>>
+        m_statements;
     std::vector<StoreRow> m_stores;
     std::unordered_map<int64_t, int64_t> m_folderStores;
     std::map<std::string, int64_t, std::less<>> m_classIds;
@@ -110,9 +127,13 @@ private:
     int64_t m_origin = 0;
     int64_t m_lastSeen = 0;
     int64_t m_dataVersion = -1;
-    int m_frames = 0;
+    int m_frames = 0;       // in the log after the last commit
+    int m_checkpointed = 0; // of these at the last checkpoint
     int m_depth = 0;
     bool m_inCheckpoint = false;
+    int64_t m_keptChanges;
+    std::chrono::steady_clock::time_point m_busySince;
+    std::string m_uncommittedClass; // read inside a transaction that may be taken back
     uint64_t m_inode = 0;
 };
 

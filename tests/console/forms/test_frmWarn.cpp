@@ -18,7 +18,9 @@ TEST(frmWarnTest, OkConfirmsAndTellsTheMark) {
         EXPECT_EQ(control<QCheckBox>(form, "chkNoWarn")->text(),
                   "&Do not warn me about this again");
         EXPECT_FALSE(control<QCheckBox>(form, "chkNoWarn")->isChecked());
-        QTest::keyClick(form, Qt::Key_D, Qt::AltModifier);
+        QTest::keyClick(form, Qt::Key_D, Qt::AltModifier); // presses the box a moment later
+        EXPECT_TRUE(
+            QTest::qWaitFor([form] { return control<QCheckBox>(form, "chkNoWarn")->isChecked(); }));
         QTest::keyClick(form->focusWidget(), Qt::Key_Return);
     });
     EXPECT_TRUE(Warn("First line\n\nDo you want to continue?", again, nullptr));
