@@ -41,6 +41,8 @@ frmAddressBook::frmAddressBook(RDOSession& session, Options options, QWidget* pa
     m_rows = std::make_unique<AddressRows>(m_book);
     m_ui->lvNames->setModel(m_rows.get());
     m_ui->lvNames->header()->resizeSection(0, TextRoom(*this, kNameColumns, 1).width());
+    const int icon = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+    m_ui->lvChosen->setIconSize(QSize(icon, icon)); // as in the list beside it
     m_ui->lblHint->setText(
         m_options.forceResolution
             ? tr("Type the beginning of a name or of an address.")
