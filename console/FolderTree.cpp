@@ -45,60 +45,69 @@ bool FolderTree::LoadRoots() {
 }
 
 bool FolderTree::loadMailbox() {
-    const auto failed = [this](std::string_view what) {
-        return [this, what](const Trapped& error) {
-            m_log("frmFolderPicker: unable to retrieve " + std::string(what) + " " + error.text());
-        };
-    };
-    auto store = Trap([&] { return m_rdo.Stores().DefaultStore(); }, failed("DefaultStore"));
-    if (!store)
-        return false;
-    auto root = Trap([&] { return store->IPMRootFolder(); }, failed("IPMRootFolder"));
-    if (!root)
-        return false;
-    m_wellKnown.clear();
-    for (const WellKnownImage& known : kWellKnown)
-        TrapSilently([&] { // a mailbox may lack one of them
-            m_wellKnown.emplace_back(store->GetDefaultFolder(static_cast<int>(known.number))->ID(),
-                                     known.image);
-        });
-    auto node = std::make_unique<FolderNode>();
-    node->key = "mbxroot";
-    node->text = "Mailbox - " + ReplaceAll(store->Name(), "Mailbox - ", "");
-    node->image = "imgMailbox";
-    node->entryID = root->ID();
-    node->storeID = root->StoreID();
-    node->path = "\\\\" + node->text;
-    node->hasChildren =
-        Trap([&] { return root->Folders()->Count() > 0; }, failed("IPMRootFolder.Folders"));
-    m_roots.push_back(std::move(node));
-    return true;
+    std::string_view step = "DefaultStore";
+    return Trap(
+        [&] {
+            m_mailbox = m_rdo.Stores().DefaultStore();
+            const std::string name = ReplaceAll(m_mailbox->Name(), "Mailbox - ", "");
+            step = "IPMRootFolder";
+            auto root = m_mailbox->IPMRootFolder();
+            auto node = rootNode(*root, "mbxroot", "Mailbox - " + name, "imgMailbox");
+            node->path = "\\\\" + node->text;
+            step = "IPMRootFolder.Folders";
+            node->hasChildren = root->Folders()->Count() > 0;
+            findWellKnown();
+            m_roots.push_back(std::move(node));
+            return true;
+        },
+        failed(step));
 }
 
 bool FolderTree::loadPublicFolders() {
-    auto root =
-        Trap([&] { return m_rdo.Stores().AllPublicFolders(); },
-             [this](const Trapped& error) {
-                 m_log("frmFolderPicker: unable to retrieve AllPublicFolders " + error.text());
-             });
-    if (!root)
-        return false;
+    std::string_view step = "AllPublicFolders";
+    return Trap(
+        [&] {
+            auto root = m_rdo.Stores().AllPublicFolders();
+            auto node = rootNode(*root, "pfroot", root->Name(), "imgStore");
+            node->path = kPublicPath;
+            node->hasChildren = root->Folders()->Count() > 0;
+            m_roots.push_back(std::move(node));
+            return true;
+        },
+        failed(step));
+}
+
+/// Logs the step that failed. The text's view is read when it happens, not now.
+std::function<void(const Trapped&)> FolderTree::failed(const std::string_view& step) {
+    return [this, &step](const Trapped& error) {
+        m_log("frmFolderPicker: unable to retrieve " + std::string(step) + " " + error.text());
+    };
+}
+
+std::unique_ptr<FolderNode> FolderTree::rootNode(RDOFolder& root, std::string_view key,
+                                                 std::string text, std::string_view image) {
     auto node = std::make_unique<FolderNode>();
-    node->key = "pfroot";
-    node->text = root->Name();
-    node->image = "imgStore";
-    node->entryID = root->ID();
-    node->storeID = root->StoreID();
-    node->path = kPublicPath;
-    node->hasChildren = TrapSilently([&] { return root->Folders()->Count() > 0; });
-    m_roots.push_back(std::move(node));
-    return true;
+    node->key = key;
+    node->text = std::move(text);
+    node->image = image;
+    node->entryID = root.ID();
+    node->storeID = root.StoreID();
+    return node;
+}
+
+void FolderTree::findWellKnown() {
+    m_wellKnown.clear();
+    for (const WellKnownImage& known : kWellKnown)
+        TrapSilently([&] { // a mailbox may lack one of them
+            const int number = static_cast<int>(known.number);
+            m_wellKnown.emplace_back(m_mailbox->GetDefaultFolder(number)->ID(), known.image);
+        });
 }
 
 std::string FolderTree::imageOf(RDOFolder& folder) const {
     const EntryID id = folder.ID();
     for (const auto& [known, image] : m_wellKnown)
-        if (known == id)
+        if (m_mailbox->CompareEntryIDs(known, id))
             return image;
     const std::string itemClass = folder.DefaultItemClass();
     for (const ClassImage& row : kClassImages)

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "core/AgentSession.h"
+#include "core/Trap.h"
 #include "platform/ui/Ui.h"
 
 namespace kr {
@@ -50,6 +52,10 @@ public:
 private:
     bool loadMailbox();
     bool loadPublicFolders();
+    std::function<void(const Trapped&)> failed(const std::string_view& step);
+    std::unique_ptr<FolderNode> rootNode(RDOFolder& root, std::string_view key, std::string text,
+                                         std::string_view image);
+    void findWellKnown();
     std::unique_ptr<FolderNode> nodeOf(RDOFolder& folder, FolderNode* parent);
     std::string imageOf(RDOFolder& folder) const;
     bool validImage(std::string_view image) const;
@@ -58,7 +64,8 @@ private:
     const Log& m_log;
     FolderPickOptions m_options;
     std::vector<std::unique_ptr<FolderNode>> m_roots;
-    std::vector<std::pair<EntryID, std::string>> m_wellKnown; // id and image
+    RDOStorePtr m_mailbox;
+    std::vector<std::pair<EntryID, std::string>> m_wellKnown; // id and image, of the mailbox
 };
 
 } // namespace kr

@@ -56,9 +56,10 @@ private:
             line("Unable to create RDO object.");
             return false;
         }
-        line("RDO Version: " + m_rdo->Version());
+        const std::string version = TrapSilently([&] { return m_rdo->Version(); });
+        line("RDO Version: " + version);
         // there is no library of that name on this system: the store layer stands in for it
-        line("MAPI32 Version: " + m_rdo->Version() + " @%PATH%");
+        line("MAPI32 Version: " + version + " @%PATH%");
         return true;
     }
 
@@ -108,20 +109,20 @@ private:
 
     void checkFolders() {
         show("Checking folders");
-        auto root = TrapSilently([&] { return m_rdo->Stores().DefaultStore()->RootFolder(); });
         for (const std::string_view folder : kCheckedFolders)
-            if (root)
-                checkFolder(*root, std::string(folder));
+            checkFolder(std::string(folder));
     }
 
-    void checkFolder(RDOFolder& root, const std::string& name) {
+    RDOFoldersPtr topFolders() { return m_rdo->Stores().DefaultStore()->RootFolder()->Folders(); }
+
+    void checkFolder(const std::string& name) {
         show("Searching for " + name + " folder");
-        if (TrapSilently([&] { return root.Folders()->Item(std::string_view(name)); })) {
+        if (TrapSilently([&] { return topFolders()->Item(std::string_view(name)); })) {
             line("Successfully located " + name + " folder");
             return;
         }
         line("Attempting to create " + name + " folder");
-        attempt([&] { root.Folders()->Add(name); }, "Successfully created " + name + " folder",
+        attempt([&] { topFolders()->Add(name); }, "Successfully created " + name + " folder",
                 "Unable to create application " + name + " folder; error: ");
     }
 

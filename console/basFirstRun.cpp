@@ -21,6 +21,11 @@ void tell(AgentSession& session, const std::string& text) {
     session.ui().MsgBox(text, BoxIcon::Exclamation);
 }
 
+/// A session whose state can't be told counts as not logged on.
+bool loggedOn(AgentSession& session) {
+    return TrapSilently([&] { return session.rdo && session.rdo->LoggedOn(); });
+}
+
 RDOFolderPtr findOrAdd(RDOFolder& parent, std::string_view name) {
     auto folders = parent.Folders();
     auto folder = folders->Item(name);
@@ -45,21 +50,24 @@ bool findFolders(AgentSession& session) {
     return false;
 }
 
-bool createAgentMessage(AgentSession& session) {
+void createAgentMessage(AgentSession& session) {
     session.log("FirstRun: no existing agent message");
-    return Trap(
-        [&] {
-            session.log("FirstRun: creating agent message");
-            auto message = session.agentInfo->Items()->Add(kAgentClass);
-            message->SetSubject(kAgentSubject);
-            message->SetMessageClass(kAgentClass);
-            message->Save();
-            session.AgentMsgID = message->ID();
-            return true;
-        },
-        [&](const Trapped& error) {
-            session.log("FirstRun: failed to create agent message " + error.text());
-        });
+    session.log("FirstRun: creating agent message");
+    auto message = session.agentInfo->Items()->Add(kAgentClass);
+    message->SetSubject(kAgentSubject);
+    message->SetMessageClass(kAgentClass);
+    message->Save();
+    session.AgentMsgID = message->ID();
+}
+
+void createHostMessage(AgentSession& session, const std::string& name) {
+    auto host = session.agentInfo->Items()->Add(kHostClass);
+    host->SetSubject(name);
+    SetKey(*host, "PollingInterval", kPollingInterval);
+    SetKey(*host, "NoRenderer", true);
+    SetKey(*host, "LogLevel", kLogLevel);
+    host->Save();
+    session.log("FirstRun:created new Host message with default settings for " + name);
 }
 
 } // namespace
@@ -67,29 +75,30 @@ bool createAgentMessage(AgentSession& session) {
 bool InitAgentMessage(AgentSession& session) {
     if (!findFolders(session))
         return false;
-    const auto ids = GetMessageIDs(session, *session.agentInfo, kAgentClass, kAgentSubject);
-    if (ids.empty())
-        return createAgentMessage(session);
-    session.AgentMsgID = ids.front();
-    session.log("retrieved existing agent message:" + ids.front().text());
-    return true;
+    return Trap(
+        [&] {
+            const auto ids = RequireMessageIDs(*session.agentInfo, kAgentClass, kAgentSubject);
+            if (ids.empty()) {
+                createAgentMessage(session);
+            } else {
+                session.AgentMsgID = ids.front();
+                session.log("retrieved existing agent message:" + ids.front().text());
+            }
+            return true;
+        },
+        [&](const Trapped& error) {
+            session.log("FirstRun: failed to create agent message " + error.text());
+        });
 }
 
 bool InitHostMessage(AgentSession& session) {
     const std::string name = session.platform.shell.ComputerName();
-    if (!GetMessageIDs(session, *session.agentInfo, kHostClass, name).empty()) {
-        session.log("FirstRun:found existing Host message for " + name);
-        return true;
-    }
     return Trap(
         [&] {
-            auto host = session.agentInfo->Items()->Add(kHostClass);
-            host->SetSubject(name);
-            SetKey(*host, "PollingInterval", kPollingInterval);
-            SetKey(*host, "NoRenderer", true);
-            SetKey(*host, "LogLevel", kLogLevel);
-            host->Save();
-            session.log("FirstRun:created new Host message with default settings for " + name);
+            if (RequireMessageIDs(*session.agentInfo, kHostClass, name).empty())
+                createHostMessage(session, name);
+            else
+                session.log("FirstRun:found existing Host message for " + name);
             return true;
         },
         [&](const Trapped& error) {
@@ -115,7 +124,7 @@ void FirstRunWizard::Load() {
     phone = KeyText(*message, "PrimaryPhone");
     if (email.empty())
         email = Trim(Split(KeyText(*message, "AdminEmail"), ";").front());
-    if (m_session.rdo && m_session.rdo->LoggedOn()) {
+    if (loggedOn(m_session)) {
         smtp = m_session.agentSMTP;
         if (alias.empty())
             alias = m_session.ExAlias;
@@ -172,7 +181,7 @@ bool FirstRunWizard::logOn() {
     m_session.log("FirstRun:attempting logon to " + server + " as " + alias);
     Trap([&] { m_session.rdo->LogonExchangeMailbox(Trim(alias), Trim(server)); },
          [&](const Trapped& trapped) { error = trapped.description; });
-    if (!m_session.rdo->LoggedOn()) {
+    if (!loggedOn(m_session)) {
         m_session.log("FirstRun:RDO.LoggedOn = False " + error);
         m_session.ui().MsgBox("Unable to logon to " + server + " as " + alias + "\n" + error,
                               BoxIcon::Stop);
@@ -193,16 +202,18 @@ bool FirstRunWizard::logOn() {
 
 void FirstRunWizard::SelectAlias() {
     // a wizard on a new mailbox has no session of its own yet: any known mailbox shows the book
-    if (!m_session.rdo || !m_session.rdo->LoggedOn())
+    if (!loggedOn(m_session))
         if (Trim(alias).empty() || Trim(server).empty() || !logOn())
             return;
     RecipientList picked;
     if (!PickRecipients(m_session, "Dedicated Mailbox", picked, true) || picked.ids.empty())
         return;
-    const auto entry = TrapSilently([&] {
-        return m_session.rdo->GetAddressBook()->GetAddressEntryFromID(EntryID(picked.ids));
+    const std::string account = TrapSilently([&] {
+        return m_session.rdo->GetAddressBook()
+            ->GetAddressEntryFromID(EntryID(picked.ids))
+            ->Fields(PR_ACCOUNT)
+            .text();
     });
-    const std::string account = entry ? entry->Fields(PR_ACCOUNT).text() : "";
     const auto found = LookupUser(m_session, account.empty() ? picked.names : account);
     if (!found)
         return tell(m_session, "Unable to resolve " + picked.names);
@@ -236,13 +247,15 @@ bool FirstRunWizard::saveContact() {
     return Trap(
         [&] {
             auto message = GetMessage(m_session, m_session.AgentMsgID);
-            if (!message)
+            if (!message) {
+                m_session.log("FirstRun: the agent message can't be opened");
                 return false;
+            }
             const std::string names = Trim(firstName + " " + lastName);
             SetKey(*message, "PrimaryEmail", Trim(email));
             SetKey(*message, "PrimaryNames", names);
             SetKey(*message, "PrimaryPhone", Trim(phone));
-            if (KeyText(*message, "AdminEmail").empty()) {
+            if (RequireKey(*message, "AdminEmail").text().empty()) {
                 SetKey(*message, "AdminEmail", Trim(email));
                 SetKey(*message, "AdminNames", names);
             }
@@ -254,8 +267,7 @@ bool FirstRunWizard::saveContact() {
 
 bool FirstRunWizard::RunFinish(bool startService, const Report& progress) {
     progress("Logging on to dedicated mailbox...", 0);
-    if (!m_session.rdo || !m_session.rdo->LoggedOn() ||
-        !TrapSilently([&] { return m_session.rdo->StillThere(); }))
+    if (!loggedOn(m_session) || !TrapSilently([&] { return m_session.rdo->StillThere(); }))
         if (!logOn()) {
             progress("Logon failure, check KR-Admin. log!", 0);
             return false;

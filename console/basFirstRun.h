@@ -22,7 +22,8 @@ bool StartAgentService(AgentSession& session, std::string_view host);
 /// Finds or makes the folders and the agent message in the logged-on mailbox; false when that
 /// failed (shown and logged).
 bool InitAgentMessage(AgentSession& session);
-/// Finds or makes the host message of this computer with its default settings.
+/// Finds or makes the host message of this computer with its default settings; needs the folders
+/// that InitAgentMessage finds.
 bool InitHostMessage(AgentSession& session);
 
 /// The wizard's fields and steps.

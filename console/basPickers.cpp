@@ -20,6 +20,10 @@ void exclude(AgentSession& session, const std::string& text) {
     session.ui().MsgBox(text, BoxIcon::Exclamation);
 }
 
+void excludeNoAddress(AgentSession& session, const std::string& name) {
+    exclude(session, "Unable to get valid address for " + name + "; that entry will be excluded");
+}
+
 /// The present selection, through the recipients of a scratch message that is never saved. When it
 /// can't be made, the dialog opens empty.
 std::vector<PickedRecipient> present(AgentSession& session, std::string_view ids) {
@@ -36,7 +40,7 @@ std::vector<PickedRecipient> present(AgentSession& session, std::string_view ids
             std::vector<PickedRecipient> chosen;
             for (int i = 1; i <= recipients->Count(); ++i)
                 chosen.push_back({recipients->Item(i)->ID(), recipients->Item(i)->Name()});
-            scratch->Delete();
+            TrapSilently([&] { scratch->Delete(); }); // there is no record of it yet
             return chosen;
         },
         [&](const Trapped& error) { session.log("PickRecipients: " + error.text()); });
@@ -61,29 +65,46 @@ std::optional<std::vector<PickedRecipient>> ask(AgentSession& session, std::stri
 /// Gives the address to keep for an entry, nothing when it is left out (and was named).
 using Check = std::function<std::optional<std::string>(AddressEntry&)>;
 
+struct Kept {
+    std::string id;
+    std::string name;
+    std::string address;
+};
+
+/// The chosen entry when it passes. An entry that can't be read is left out as one without an
+/// address, its name between the quotes of the picker.
+std::optional<Kept> keep(AgentSession& session, const PickedRecipient& chosen, const Check& check,
+                         const std::string& quote) {
+    return Trap(
+        [&]() -> std::optional<Kept> {
+            auto entry = session.rdo->GetAddressBook()->GetAddressEntryFromID(chosen.id);
+            Kept kept{entry->ID().text(), entry->Name(), {}};
+            const auto address = check(*entry);
+            if (!address)
+                return std::nullopt;
+            kept.address = *address;
+            return kept;
+        },
+        [&](const Trapped& error) {
+            session.log("ShowAddressBook: " + error.text());
+            excludeNoAddress(session, quote + chosen.name + quote);
+        });
+}
+
 bool pick(AgentSession& session, std::string_view title, RecipientList& list, bool oneAddress,
-          const Check& check) {
+          const Check& check, const std::string& quote) {
     if (!session.rdo)
         return false;
     const auto chosen = ask(session, title, list.ids, oneAddress);
     if (!chosen)
         return false;
     Strings ids, names, addresses;
-    for (const PickedRecipient& one : *chosen) {
-        auto entry = TrapSilently(
-            [&] { return session.rdo->GetAddressBook()->GetAddressEntryFromID(one.id); });
-        if (!entry) {
-            exclude(session, "Unable to get valid address for " + one.name +
-                                 "; that entry will be excluded");
-            continue;
+    for (const PickedRecipient& one : *chosen)
+        if (const auto kept = keep(session, one, check, quote)) {
+            ids.push_back(kept->id);
+            names.push_back(kept->name);
+            addresses.push_back(kept->address);
         }
-        const auto address = check(*entry);
-        if (!address)
-            continue;
-        ids.push_back(entry->ID().text());
-        names.push_back(entry->Name());
-        addresses.push_back(*address);
-    }
     list = {Join(ids, ";"), Join(names, ";"), Join(addresses, ";")};
     return true;
 }
@@ -94,35 +115,57 @@ std::optional<std::string> plainAddress(AgentSession& session, AddressEntry& ent
         address = SmtpOfEntry(entry);
     if (!address.empty())
         return address;
-    exclude(session,
-            "Unable to get valid address for " + entry.Name() + "; that entry will be excluded");
+    excludeNoAddress(session, entry.Name());
     return std::nullopt;
 }
 
-/// The `mail` attribute of the directory's entry; "" when there is no directory.
-std::string mailAttribute(AgentSession& session, AddressEntry& entry) {
-    return Trap(
-        [&] {
-            auto directory = session.platform.directory.CreateConnection();
-            directory->Open();
-            DirectoryQuery query;
-            query.base = directory->RootDSE("rootDomainNamingContext");
-            query.filter = "(legacyExchangeDN=" + EscapeFilterValue(entry.Address()) + ")";
-            query.attributes = {"mail"};
-            std::string mail;
-            directory->Execute(query, [&](const DirectoryRow& row) { mail = row.First("mail"); });
-            return mail;
-        },
-        [&](const Trapped& error) { session.log("PickGALRecipients: " + error.text()); });
-}
+/// The `mail` attributes of the directory's entries. One connection serves all entries of a pick; a
+/// directory that fails is not asked again for each, which could take its time-out every time.
+class MailAttributes {
+public:
+    explicit MailAttributes(AgentSession& session) : m_session(session) {}
 
-void checkMail(AgentSession& session, AddressEntry& entry, const std::string& primary) {
-    const std::string mail = mailAttribute(session, entry);
+    /// "" when there is no directory, or no such entry in it.
+    std::string Of(AddressEntry& entry) {
+        if (m_failed)
+            return {};
+        return Trap([&] { return query(entry.Address()); },
+                    [&](const Trapped& error) {
+                        m_failed = true;
+                        m_session.log("PickGALRecipients: " + error.text());
+                    });
+    }
+
+private:
+    std::string query(const std::string& dn) {
+        if (!m_directory) {
+            m_directory = m_session.platform.directory.CreateConnection();
+            m_directory->Open();
+            m_base = m_directory->RootDSE("rootDomainNamingContext");
+        }
+        DirectoryQuery query;
+        query.base = m_base;
+        query.filter = "(legacyExchangeDN=" + EscapeFilterValue(dn) + ")";
+        query.attributes = {"mail"};
+        std::string mail;
+        m_directory->Execute(query, [&](const DirectoryRow& row) { mail = row.First("mail"); });
+        return mail;
+    }
+
+    AgentSession& m_session;
+    std::unique_ptr<Directory> m_directory;
+    std::string m_base;
+    bool m_failed = false;
+};
+
+void checkMail(AgentSession& session, AddressEntry& entry, const std::string& primary,
+               MailAttributes& attributes) {
+    const std::string mail = attributes.Of(entry);
     if (mail.empty() || EqualNoCase(mail, primary))
         return;
     const Value proxies = TrapSilently([&] { return entry.Fields(PR_EMS_PROXY_ADDRESSES); });
     for (const std::string& proxy : proxies.valueOr<Strings>({}))
-        if (EqualNoCase(proxy, "SMTP:" + mail))
+        if (EqualNoCase(Trim(proxy), "SMTP:" + mail))
             return;
     WarnMailAttribute(session, entry.Name(), primary, mail);
 }
@@ -133,7 +176,7 @@ bool typeAllowed(int displayType, const GALPickOptions& options) {
 }
 
 std::optional<std::string> galAddress(AgentSession& session, AddressEntry& entry,
-                                      const GALPickOptions& options) {
+                                      const GALPickOptions& options, MailAttributes& attributes) {
     const std::string name = "'" + entry.Name() + "'";
     if (entry.Type() != "EX") {
         exclude(session, name + " is not part of the Global Address List and will be excluded");
@@ -147,11 +190,10 @@ std::optional<std::string> galAddress(AgentSession& session, AddressEntry& entry
     if (primary.empty())
         primary = entry.SMTPAddress();
     if (primary.empty()) {
-        exclude(session,
-                "Unable to get valid address for " + name + "; that entry will be excluded");
+        excludeNoAddress(session, name);
         return std::nullopt;
     }
-    checkMail(session, entry, primary);
+    checkMail(session, entry, primary, attributes);
     return primary;
 }
 
@@ -161,14 +203,17 @@ int RecipientList::Count() const { return static_cast<int>(SplitNonEmpty(ids, ";
 
 bool PickRecipients(AgentSession& session, std::string_view title, RecipientList& list,
                     bool oneAddress) {
-    return pick(session, title, list, oneAddress,
-                [&](AddressEntry& entry) { return plainAddress(session, entry); });
+    return pick(
+        session, title, list, oneAddress,
+        [&](AddressEntry& entry) { return plainAddress(session, entry); }, "");
 }
 
 bool PickGALRecipients(AgentSession& session, std::string_view title, RecipientList& list,
                        const GALPickOptions& options) {
-    return pick(session, title, list, options.oneAddress,
-                [&](AddressEntry& entry) { return galAddress(session, entry, options); });
+    MailAttributes attributes(session);
+    return pick(
+        session, title, list, options.oneAddress,
+        [&](AddressEntry& entry) { return galAddress(session, entry, options, attributes); }, "'");
 }
 
 bool PickDLRecipients(AgentSession& session, std::string_view title, RecipientList& list,

@@ -13,7 +13,7 @@ void InitEPS(AgentSession& session) {
                 return;
             bool changed = false;
             for (const Key& key : KeyCatalogue()) {
-                if (key.initial == KeyDefault::None || !GetKey(*message, key.name).empty())
+                if (key.initial == KeyDefault::None || !RequireKey(*message, key.name).empty())
                     continue;
                 SetKey(*message, key.name, DefaultOf(key));
                 changed = true;

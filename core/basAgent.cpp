@@ -91,7 +91,9 @@ bool GetAgentFolders(AgentSession& session) {
     session.agentInfo.reset();
     session.userInfo.reset();
     session.AgentMsgID = {};
-    auto root = TrapSilently([&] { return session.rdo->Stores().DefaultStore()->RootFolder(); });
+    auto root = TrapSilently([&]() -> RDOFolderPtr {
+        return session.rdo ? session.rdo->Stores().DefaultStore()->RootFolder() : nullptr;
+    });
     if (!root)
         return noFolders(session);
     session.agentInfo =
@@ -144,7 +146,8 @@ RDOFolderPtr GetZandrelFolder(AgentSession& session, std::string_view name) {
                                        error.description + "; forcing refresh");
                        });
     // a folder of a session that has gone reads as missing, so the mailbox is asked as well
-    if (!failed && !folder && !TrapSilently([&] { return session.rdo->StillThere(); })) {
+    if (!failed && !folder &&
+        !TrapSilently([&] { return session.rdo && session.rdo->StillThere(); })) {
         failed = true;
         session.log("GetZandrelFolder error fetching " + text +
                     " the mailbox has gone; forcing refresh");
@@ -207,8 +210,11 @@ void SendServiceControl(AgentSession& session, std::string_view host, int code, 
 
 void NotifyAgents(AgentSession& session, int code) {
     for (const EntryID& id : GetHostMessages(session)) {
-        if (auto host = GetMessage(session, id))
-            SendServiceControl(session, "\\\\" + host->Subject(), code);
+        auto host = GetMessage(session, id);
+        const std::string name =
+            TrapSilently([&] { return host ? host->Subject() : std::string(); });
+        if (!name.empty()) // an empty name would reach this computer's agent
+            SendServiceControl(session, "\\\\" + name, code);
         session.ui().DoEvents();
     }
 }

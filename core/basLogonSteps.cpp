@@ -23,8 +23,8 @@ bool createSession(AgentSession& session) {
     return false;
 }
 
-/// The failure's number and description; empty after a good call.
-std::string logOn(AgentSession& session, Trapped& error) {
+/// True when the session is logged on; else `error` holds why not, if the library told.
+bool logOn(AgentSession& session, Trapped& error) {
     const bool byProfile = !session.Profile.empty();
     session.log(byProfile ? "Logging on with profile " + session.Profile
                           : "Logging on with " + session.ExAlias + " " + session.ExServer);
@@ -36,7 +36,11 @@ std::string logOn(AgentSession& session, Trapped& error) {
                 session.rdo->LogonExchangeMailbox(session.ExAlias, session.ExServer);
         },
         [&](const Trapped& trapped) { error = trapped; });
-    return error.description;
+    return Trap([&] { return session.rdo->LoggedOn(); },
+                [&](const Trapped& trapped) {
+                    if (error.description.empty())
+                        error = trapped;
+                });
 }
 
 void tellRefused(AgentSession& session, const Trapped& error) {
@@ -97,8 +101,7 @@ bool DoLogon(AgentSession& session) {
     }
     ui.ShowStatus("Retrieving Inbox...");
     Trapped error;
-    logOn(session, error);
-    if (!session.rdo->LoggedOn()) {
+    if (!logOn(session, error)) {
         tellRefused(session, error);
         return false;
     }

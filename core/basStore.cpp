@@ -72,6 +72,28 @@ Value asOr(const Value& value, Wanted fallback) {
     return value.is<Wanted>() ? value : Value(fallback);
 }
 
+/// Ids of that class and subject, behind those that are there already; throws in the middle.
+void collectIDs(RDOFolder& folder, std::string_view messageClass, std::string_view subject,
+                std::vector<EntryID>& ids) {
+    if (messageClass.empty() && subject.empty())
+        return;
+    auto table = folder.Items()->Table();
+    table->Columns({PR_LONGTERM_ENTRYID_FROM_TABLE, PR_SUBJECT, PR_MESSAGE_CLASS});
+    std::vector<Restriction> parts;
+    if (!subject.empty())
+        parts.push_back(content(PR_SUBJECT, subject));
+    if (!messageClass.empty())
+        parts.push_back(content(PR_MESSAGE_CLASS, messageClass));
+    table->Restrict(joined(std::move(parts)));
+    // the store's match can be wider than equality, so each row is compared again
+    readRows(*table, [&](const TableRows& rows, size_t i) {
+        const bool same = (subject.empty() || EqualNoCase(rows.at(i, 1).bytes, subject)) &&
+                          (messageClass.empty() || EqualNoCase(rows.at(i, 2).bytes, messageClass));
+        if (same)
+            ids.push_back(idOfCell(rows.at(i, 0)));
+    });
+}
+
 Value bytesAsHex(const Value& value) {
     const auto* bytes = value.get<Bytes>();
     return bytes ? Value(ToHex(*bytes)) : Value("");
@@ -139,11 +161,21 @@ std::string KeyText(RDOProperties& record, std::string_view key) {
 }
 
 int32_t KeyNumber(RDOProperties& record, std::string_view key, int32_t fallback) {
-    return GetKey(record, key).integerOr(fallback);
+    const Value value = GetKey(record, key);
+    return value.empty() ? fallback : value.integerOr(0);
 }
 
 bool KeyFlag(RDOProperties& record, std::string_view key, bool fallback) {
-    return GetKey(record, key).valueOr(fallback);
+    const Value value = GetKey(record, key);
+    return value.empty() ? fallback : value.valueOr(false);
+}
+
+Value RequireKey(RDOProperties& record, std::string_view key) {
+    const PropTag id = record.GetIDsFromNames(PS_PUBLIC_STRINGS, key) & 0xFFFF0000;
+    if (id == 0)
+        throw PlatformError(MAPI_E_NOT_FOUND, "The store gives no id for " + std::string(key) + ".",
+                            "RequireKey");
+    return record.Fields(id | static_cast<PropTag>(TypeOfKey(key)));
 }
 
 void SetKey(RDOProperties& record, std::string_view key, const Value& value) {
@@ -153,28 +185,15 @@ void SetKey(RDOProperties& record, std::string_view key, const Value& value) {
 std::vector<EntryID> GetMessageIDs(AgentSession& session, RDOFolder& folder,
                                    std::string_view messageClass, std::string_view subject) {
     std::vector<EntryID> ids;
-    if (messageClass.empty() && subject.empty())
-        return ids;
-    Trap(
-        [&] {
-            auto table = folder.Items()->Table();
-            table->Columns({PR_LONGTERM_ENTRYID_FROM_TABLE, PR_SUBJECT, PR_MESSAGE_CLASS});
-            std::vector<Restriction> parts;
-            if (!subject.empty())
-                parts.push_back(content(PR_SUBJECT, subject));
-            if (!messageClass.empty())
-                parts.push_back(content(PR_MESSAGE_CLASS, messageClass));
-            table->Restrict(joined(std::move(parts)));
-            // the store's match can be wider than equality, so each row is compared again
-            readRows(*table, [&](const TableRows& rows, size_t i) {
-                const bool same =
-                    (subject.empty() || EqualNoCase(rows.at(i, 1).bytes, subject)) &&
-                    (messageClass.empty() || EqualNoCase(rows.at(i, 2).bytes, messageClass));
-                if (same)
-                    ids.push_back(idOfCell(rows.at(i, 0)));
-            });
-        },
-        [&](const Trapped& error) { session.log("GetMessageIDs: " + error.text()); });
+    Trap([&] { collectIDs(folder, messageClass, subject, ids); },
+         [&](const Trapped& error) { session.log("GetMessageIDs: " + error.text()); });
+    return ids;
+}
+
+std::vector<EntryID> RequireMessageIDs(RDOFolder& folder, std::string_view messageClass,
+                                       std::string_view subject) {
+    std::vector<EntryID> ids;
+    collectIDs(folder, messageClass, subject, ids);
     return ids;
 }
 

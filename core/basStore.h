@@ -28,17 +28,25 @@ enum class FieldKind { String = 0, Integer = 1, Date = 2, Binary = 3, Long = 4, 
 Value CoerceToFieldKind(const Value& value, FieldKind kind);
 
 /// A configuration key by its name, of the type that the catalogue gives it; empty when unset. The
-/// plain readers take the value when it is of that type, else the default.
+/// plain readers take the default for an unset key only: a value of a wrong type reads as "", 0 or
+/// False, and stays as it is.
 Value GetKey(RDOProperties& record, std::string_view key);
 std::string KeyText(RDOProperties& record, std::string_view key);
 int32_t KeyNumber(RDOProperties& record, std::string_view key, int32_t fallback);
 bool KeyFlag(RDOProperties& record, std::string_view key, bool fallback = false);
+/// GetKey for whoever decides about a write by it: a failed read throws instead of passing for an
+/// unset key.
+Value RequireKey(RDOProperties& record, std::string_view key);
 /// Keeps the value in the record until its Save; throws PlatformError as the store does.
 void SetKey(RDOProperties& record, std::string_view key, const Value& value);
 
 /// Ids of the folder's items of that class and subject; at least one must be given, else nothing.
 std::vector<EntryID> GetMessageIDs(AgentSession& session, RDOFolder& folder,
                                    std::string_view messageClass, std::string_view subject);
+/// The same for whoever creates a record when there is none: a failed search throws instead of
+/// passing for an empty one.
+std::vector<EntryID> RequireMessageIDs(RDOFolder& folder, std::string_view messageClass,
+                                       std::string_view subject);
 
 /// One condition of GetFilteredIDs. A tag that isn't 0 is used as it stands; else the name is
 /// looked up with the type, where 0 means text.

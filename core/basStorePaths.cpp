@@ -72,7 +72,18 @@ RDOFolderPtr walk(AgentSession& session, RDOFolderPtr folder, const std::string&
 class Expansion {
 public:
     explicit Expansion(AgentSession& session) : m_session(session) {}
-    void Add(const AddressEntryPtr& entry) {
+    /// The entry that `get` gives; one that can't be read is logged, and the others go on.
+    template <class Get>
+    void Add(Get get) {
+        Trap([&] { add(get()); },
+             [&](const Trapped& error) { m_session.log("ExpandRecipients: " + error.text()); });
+    }
+    std::vector<ExpandedRecipient> people;
+
+private:
+    void add(const AddressEntryPtr& entry) {
+        if (!entry)
+            return;
         switch (entry->DisplayType()) {
         case 0:
         case 6:
@@ -82,7 +93,7 @@ public:
         case 4:
             if (m_seen.insert(entry->ID()).second)
                 for (const AddressEntryPtr& member : entry->Members())
-                    Add(member);
+                    Add([&] { return member; });
             break;
         case 3:
             if (m_seen.insert(entry->ID()).second)
@@ -92,9 +103,7 @@ public:
             break;
         }
     }
-    std::vector<ExpandedRecipient> people;
 
-private:
     /// A query-based list names a filter and a base; whoever matches is a member.
     void askDirectory(AddressEntry& entry) {
         Trap(
@@ -154,14 +163,17 @@ std::vector<ExpandedRecipient> ExpandRecipients(AgentSession& session, std::stri
     Expansion expansion(session);
     Trap(
         [&] {
+            if (!session.rdo)
+                return;
             auto scratch = session.rdo->GetDefaultFolder(static_cast<int>(DefaultFolder::Outbox))
                                ->Items()
                                ->Add("IPM.Note");
             auto recipients = scratch->Recipients();
             for (const std::string& id : SplitNonEmpty(ids, ";"))
                 TrapSilently([&] { recipients->AddEntry(EntryID(id)); });
-            for (int i = 1; i <= recipients->Count(); ++i)
-                expansion.Add(recipients->Item(i)->Entry());
+            const int count = recipients->Count();
+            for (int i = 1; i <= count; ++i)
+                expansion.Add([&] { return recipients->Item(i)->Entry(); });
         },
         [&](const Trapped& error) { session.log("ExpandRecipients: " + error.text()); });
     return std::move(expansion.people);

@@ -9,8 +9,9 @@ namespace kr {
 
 namespace {
 
-constexpr size_t kFirst = 200; // rows of a search
-constexpr size_t kGrowth = 5;  // each further fetch asks for so many times as many
+constexpr size_t kFirst = 200;     // rows of a search
+constexpr size_t kGrowth = 4;      // a further fetch asks for so many times as many more,
+constexpr size_t kMostMore = 4000; // but for no more than a person waits for unaware
 
 } // namespace
 
@@ -95,7 +96,7 @@ bool AddressRows::canFetchMore(const QModelIndex& parent) const {
 }
 
 void AddressRows::fetchMore(const QModelIndex&) {
-    m_limit *= kGrowth;
+    m_limit += std::min(m_limit * kGrowth, kMostMore);
     std::vector<AddressRow> rows;
     try {
         rows = m_book->Search(m_prefix, m_limit);

@@ -151,10 +151,10 @@ void frmFleetMain::closeOtherForms() {
 void frmFleetMain::Form_QueryUnload() {
     if (!std::exchange(m_session.personalitiesChanged, false))
         return;
-    const BoxAnswer answer = m_session.ui().MsgBox(
-        "There are unpublished changes to the list of Personality Agents\n"
-        "Do you want to push those to handhelds now?",
-        BoxIcon::Question, BoxButtons::YesNo);
+    const BoxAnswer answer =
+        m_session.ui().MsgBox("There are unpublished changes to the list of Personality Agents\n"
+                              "Do you want to push those to handhelds now?",
+                              BoxIcon::Question, BoxButtons::YesNo);
     if (answer == BoxAnswer::Yes && m_session.hooks.publishPersonalities)
         m_session.hooks.publishPersonalities();
 }

@@ -54,12 +54,14 @@ TEST_F(Keys, AKeyThatNobodySetTakesTheReadersDefault) {
     EXPECT_EQ("", KeyText(*message, "AdminNames"));
 }
 
-TEST_F(Keys, AWrongTypeReadsAsTheDefaultAndIsNotRepaired) {
+TEST_F(Keys, AWrongTypeReadsAsZeroAndIsNotRepaired) {
     auto message = agent();
     message->SetFields(GetPropTag(*message, "DeleteDelay", PropType::String), "90");
     message->Save();
     message = agent();
-    EXPECT_EQ(60, KeyNumber(*message, "DeleteDelay", 60));
+    message->SetFields(GetPropTag(*message, "CleanSender", PropType::Long), Value(int32_t{1}));
+    EXPECT_EQ(0, KeyNumber(*message, "DeleteDelay", 60));
+    EXPECT_FALSE(KeyFlag(*message, "CleanSender", true));
     const PropTag tag = GetPropTag(*message, "DeleteDelay", PropType::Long);
     EXPECT_EQ(Value(int32_t{0}), CoerceToPropType(message->Fields(tag), tag));
     EXPECT_EQ(Value("90"), message->Fields(tag));

@@ -40,8 +40,9 @@ void AddWorldCommands(Driver& driver, World& world) {
         *running = Launch(Join(w, " "));
     });
     add(driver, "call", "PROCEDURE [WORD...]",
-        "run pick-folder, export-csv or export-xml; `expect result` sees what it gave", 1, 6,
-        [running, &world](const Words& w) {
+        "run pick-folder, export-csv, export-xml or plant-node; `expect result` sees what it "
+        "gave",
+        1, 6, [running, &world](const Words& w) {
             if (!*running)
                 throw Failure("the console hasn't started");
             world.result.reset();

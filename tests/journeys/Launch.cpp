@@ -19,6 +19,8 @@ public:
     std::string Call(const std::vector<std::string>& words) override {
         if (words[0] == "pick-folder")
             return pickFolder(words);
+        if (words[0] == "plant-node")
+            return plantNode(words);
         const ListModel& list = m_app.main().console().list();
         if (words[0] == "export-csv")
             return ExportCSV(m_app.session(), list) ? "yes" : "no";
@@ -28,6 +30,12 @@ public:
     }
 
 private:
+    // as a record has that another program deletes before the next refresh
+    std::string plantNode(const std::vector<std::string>& words) {
+        const std::string& key = words.at(1);
+        TreeModel& tree = m_app.main().console().tree();
+        return tree.Add("langroot", key, "language", key, "") ? "yes" : "no";
+    }
     std::string pickFolder(const std::vector<std::string>& words) {
         const auto said = [&](std::string_view word) {
             return std::ranges::find(words, word) != words.end();

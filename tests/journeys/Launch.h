@@ -11,7 +11,8 @@ class Launched {
 public:
     virtual ~Launched() = default;
     /// Runs a procedure that is not behind a menu entry of its own, and gives its result as text:
-    /// "pick-folder KIND..." (mail, contacts, notes, tasks, multiple), "export-csv", "export-xml".
+    /// "pick-folder KIND..." (mail, contacts, notes, tasks, multiple), "export-csv", "export-xml",
+    /// "plant-node KEY" (a node that no record stands for).
     virtual std::string Call(const std::vector<std::string>& words) = 0;
 };
 

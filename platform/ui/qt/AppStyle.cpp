@@ -11,4 +11,10 @@ int AppStyle::styleHint(StyleHint hint, const QStyleOption* option, const QWidge
     return QProxyStyle::styleHint(hint, option, widget, returnData);
 }
 
+QPixmap AppStyle::generatedIconPixmap(QIcon::Mode mode, const QPixmap& pixmap,
+                                      const QStyleOption* option) const {
+    return mode == QIcon::Selected ? pixmap
+                                   : QProxyStyle::generatedIconPixmap(mode, pixmap, option);
+}
+
 } // namespace kr

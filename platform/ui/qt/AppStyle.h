@@ -5,12 +5,14 @@
 namespace kr {
 
 /// Fusion everywhere, so that the program looks the same on every desktop; buttons of dialogs show
-/// no icons, as no icon theme is to be relied upon.
+/// no icons, as no icon theme is to be relied upon; icons of selected rows keep their colours.
 class AppStyle : public QProxyStyle {
 public:
     AppStyle();
     int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
                   QStyleHintReturn* returnData) const override;
+    QPixmap generatedIconPixmap(QIcon::Mode mode, const QPixmap& pixmap,
+                                const QStyleOption* option) const override;
 };
 
 } // namespace kr

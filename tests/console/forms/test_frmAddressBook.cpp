@@ -277,19 +277,21 @@ public:
 };
 
 TEST(AddressRowsTest, FetchesMoreWhenTheEndIsReached) {
-    auto book = std::make_shared<BigBook>(100000);
+    auto book = std::make_shared<BigBook>(20000);
     AddressRows rows(book);
     rows.Search("", std::nullopt);
     EXPECT_EQ(rows.rowCount(), 200);
-    int rounds = 0;
+    rows.fetchMore({});
+    EXPECT_EQ(rows.rowCount(), 1000);
     while (rows.canFetchMore({})) {
+        const int before = rows.rowCount();
         rows.fetchMore({});
-        ++rounds;
+        EXPECT_GT(rows.rowCount(), before);
+        EXPECT_LE(rows.rowCount(), before + 4000) << "each fetch must be quick";
     }
-    EXPECT_EQ(rows.rowCount(), 100000);
-    EXPECT_LE(rounds, 5);
-    EXPECT_EQ(rows.data(rows.index(99999, 1), Qt::DisplayRole).toString(), "p199999@example.test");
-    rows.Search("Person 19999", std::nullopt);
+    EXPECT_EQ(rows.rowCount(), 20000);
+    EXPECT_EQ(rows.data(rows.index(19999, 1), Qt::DisplayRole).toString(), "p119999@example.test");
+    rows.Search("Person 11999", std::nullopt);
     EXPECT_EQ(rows.rowCount(), 10);
     EXPECT_FALSE(rows.canFetchMore({}));
 }

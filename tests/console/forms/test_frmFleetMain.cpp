@@ -510,4 +510,83 @@ TEST_F(frmFleetMainTest, LanguagesBelowAnEntry) {
     EXPECT_EQ(entry("mnuSSULanguagePack(1031)"), nullptr);
 }
 
+class FirstLogonTest : public frmFleetMainTest {
+protected:
+    void SetUp() override {
+        frmFleetMainTest::SetUp();
+        for (const char* name : {"frmLogon", "frmFirstRun"})
+            form->RegisterForm(name, [this, name](QWidget*) { shown << name; });
+    }
+    QStringList shown;
+};
+
+TEST_F(FirstLogonTest, WithDataItLogsOnAndShowsTheTree) {
+    world.session->ExServer = "MAIL01";
+    world.session->ExAlias = "agentbox";
+    form->FirstLogon();
+    EXPECT_TRUE(shown.isEmpty());
+    EXPECT_TRUE(world.logHas("finished initial load of main form"));
+    EXPECT_EQ(console().CurrentTag(), "agent");
+    EXPECT_TRUE(form->isVisible());
+}
+
+TEST_F(FirstLogonTest, WithoutDataItAsksAndThenEnds) {
+    world.session->ExServer.clear();
+    form->FirstLogon();
+    EXPECT_EQ(shown, QStringList{"frmLogon"});
+    EXPECT_TRUE(world.logHas("no profile, no server+alias"));
+    EXPECT_TRUE(world.logHas("no logon parameters: unloading"));
+    EXPECT_TRUE(form->isHidden());
+}
+
+TEST_F(FirstLogonTest, AFailureRaisesTheDialogOnce) {
+    console().ResetConnection();
+    world.session->rdo.reset();
+    world.session->ExServer = "NOWHERE";
+    world.session->ExAlias = "agentbox";
+    world.ui.Expect("");
+    form->FirstLogon();
+    EXPECT_EQ(shown, QStringList{"frmLogon"});
+    EXPECT_TRUE(world.logHas("logon failed; raise frmLogon"));
+    EXPECT_TRUE(form->isVisible()) << "the person can still connect by hand";
+}
+
+TEST_F(FirstLogonTest, AFirstRunShowsTheWizardThenTheServers) {
+    world.session->FirstRun = true;
+    world.session->ExServer = "MAIL01";
+    world.session->ExAlias = "agentbox";
+    form->FirstLogon();
+    EXPECT_EQ(shown, QStringList{"frmFirstRun"});
+    EXPECT_FALSE(world.session->FirstRun);
+    EXPECT_EQ(console().CurrentTag(), "serverroot");
+    EXPECT_EQ(tree()->currentIndex(), node("serverroot"));
+}
+
+TEST_F(FirstLogonTest, AMailboxWithoutAgentMessageRaisesTheWizardOnce) {
+    console().ResetConnection();
+    world.session->rdo.reset();
+    world.session->ExServer = "MAIL01";
+    world.session->ExAlias = "bob";
+    form->FirstLogon();
+    // the wizard left without a message; its own logon must not raise it for ever
+    EXPECT_EQ(shown, (QStringList{"frmFirstRun", "frmLogon"}));
+    EXPECT_TRUE(world.logHas("logon failed; raise frmLogon"));
+}
+
+TEST_F(FirstLogonTest, AWizardThatConnectedNeedsNoLogonDialog) {
+    console().ResetConnection();
+    world.session->rdo.reset();
+    world.session->ExServer = "MAIL01";
+    world.session->ExAlias = "bob";
+    form->RegisterForm("frmFirstRun", [this](QWidget*) {
+        shown << "frmFirstRun";
+        auto message = world.session->agentInfo->Items()->Add("zandrel.Agent");
+        message->SetSubject("zandrelAgent");
+        message->Save();
+    });
+    form->FirstLogon();
+    EXPECT_EQ(shown, QStringList{"frmFirstRun"});
+    EXPECT_EQ(console().CurrentTag(), "serverroot");
+}
+
 } // namespace

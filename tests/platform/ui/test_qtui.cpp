@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStyleOption>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -180,6 +181,18 @@ TEST(AppStyleTest, ButtonsOfDialogsHaveNoIcons) {
     AppStyle style;
     EXPECT_EQ(
         style.styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons, nullptr, nullptr, nullptr), 0);
+}
+
+TEST(AppStyleTest, SelectedIconsKeepTheirColours) {
+    AppStyle style;
+    const QStyleOption option;
+    QPixmap red(4, 4);
+    red.fill(Qt::red);
+    const auto shown = [&](QIcon::Mode mode) {
+        return style.generatedIconPixmap(mode, red, &option).toImage().pixelColor(1, 1);
+    };
+    EXPECT_EQ(shown(QIcon::Selected), QColor(Qt::red));
+    EXPECT_NE(shown(QIcon::Disabled), QColor(Qt::red));
 }
 
 } // namespace
