@@ -2,53 +2,39 @@
 headers and settings haven't changed since."""
 import argparse
 import concurrent.futures
-import hashlib
 import json
 import os
 import subprocess
 
+import stamps
 import tree
 
-
-def dependencies(build):
-    """Source -> the files that its object was made from, as the build knows them."""
-    out = subprocess.run(["ninja", "-C", build, "-t", "deps"], cwd=tree.ROOT, check=True,
-                         capture_output=True, text=True).stdout
-    result = {}
-    for block in out.split("\n\n"):
-        lines = [line.strip() for line in block.splitlines() if line.strip()]
-        if len(lines) < 2:
-            continue
-        paths = [os.path.normpath(os.path.join(tree.ROOT, build, line)) for line in lines[1:]]
-        own = [path for path in paths if path.startswith(tree.ROOT + os.sep)]
-        if own:
-            result[own[0]] = own
-    return result
-
-
-def state_of(paths, cache):
-    """One number for the contents of these files and the settings."""
-    total = hashlib.sha256()
-    for path in sorted(paths):
-        if path not in cache:
-            with open(path, "rb") as file:
-                cache[path] = hashlib.sha256(file.read()).digest()
-        total.update(path.encode() + cache[path])
-    return total.hexdigest()
-
-
-# The analyzer gives up on a function after so many states: its default takes more than twice as long
-# for a source that handles much text.
+# The analyzer gives up on a function after so many states: its default takes more than twice as
+# long for a source that handles much text.
 FAST = ["--extra-arg=-Xclang", "--extra-arg=-analyzer-config", "--extra-arg=-Xclang",
         "--extra-arg=max-nodes=40000"]
 # takes every functor that Qt keeps for later for a leak
 CHECKS = "--checks=-clang-analyzer-cplusplus.NewDeleteLeaks"
 
 
+def dependencies(build):
+    """Source -> the project's files that its object was made from, as the build knows them."""
+    out = subprocess.run(["ninja", "-C", build, "-t", "deps"], check=True, capture_output=True,
+                         text=True).stdout
+    result = {}
+    for block in out.split("\n\n"):
+        lines = [line.strip() for line in block.splitlines() if line.strip()]
+        paths = [os.path.relpath(os.path.join(build, line)) for line in lines[1:]]
+        own = [path for path in paths if not path.startswith("..") and not path.endswith(".pch")]
+        if own:
+            result[own[0]] = own
+    return result
+
+
 def tidy(path, build):
     result = subprocess.run(["clang-tidy", "-quiet", "-p", build, *FAST, CHECKS, path],
-                            cwd=tree.ROOT, capture_output=True, text=True)
-    return result.returncode == 0, result.stdout
+                            capture_output=True, text=True)
+    return result.stdout if result.returncode else ""
 
 
 def main():
@@ -57,31 +43,22 @@ def main():
     parser.add_argument("build")
     parser.add_argument("sources", nargs="*")
     args = parser.parse_args()
-    with open(os.path.join(tree.ROOT, args.build, "compile_commands.json")) as file:
-        known = {os.path.normpath(entry["file"]) for entry in json.load(file)}
+    os.chdir(tree.ROOT)
+    with open(os.path.join(args.build, "compile_commands.json")) as file:
+        known = {os.path.relpath(entry["file"]) for entry in json.load(file)}
     depends = dependencies(args.build)
-    stamps_path = os.path.join(tree.ROOT, args.build, "tidy-passed.json")
-    stamps = json.load(open(stamps_path)) if os.path.exists(stamps_path) else {}
-    cache, work = {}, []
-    settings = os.path.join(tree.ROOT, ".clang-tidy")
-    for source in args.sources:
-        full = os.path.join(tree.ROOT, source)
-        if full in known:
-            paths = [p for p in depends.get(full, [full]) if os.path.exists(p)
-                     and not p.endswith(".pch")]
-            state = state_of(paths + [settings], cache)
-            if stamps.get(source) != state:
-                work.append((source, state))
+    passed = stamps.Stamps(os.path.join(args.build, "tidy-passed.json"))
+    settings = tree.read(".clang-tidy") + CHECKS + " ".join(FAST)
+    work = [source for source in args.sources
+            if source in known and not passed.is_fresh(source, settings)]
     found = []
     with concurrent.futures.ThreadPoolExecutor(args.j) as pool:
-        for (source, state), (passed, text) in zip(
-                work, pool.map(lambda item: tidy(item[0], args.build), work)):
-            if passed:
-                stamps[source] = state
+        for source, complaint in zip(work, pool.map(lambda path: tidy(path, args.build), work)):
+            if complaint:
+                found.append(complaint)
             else:
-                found.append(text)
-    with open(stamps_path, "w") as file:
-        json.dump(stamps, file)
+                passed.keep(source, depends.get(source, [source]), settings)
+    passed.save()
     print(f"clang-tidy looked at {len(work)} of {len(args.sources)} sources")
     tree.finish(found)
 

@@ -8,10 +8,12 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 import bench_report
 import check_forms
+import check_headers
 import check_layers
 import check_links
 import check_words
 import count_tests
+import stamps
 
 
 class Words(unittest.TestCase):
@@ -104,6 +106,33 @@ class Links(unittest.TestCase):
     def test_pattern(self):
         self.assertTrue(check_links.QT.search("-o a /usr/lib/x86_64-linux-gnu/libQt6Core.so.6.4.2"))
         self.assertFalse(check_links.QT.search("-o a core/libkr_core.a -lsqlite3"))
+
+
+class Headers(unittest.TestCase):
+    def test_own_files(self):
+        self.assertEqual(check_headers.own_files("a.o: core/A.h \\\n  /usr/include/x.h core/B.h\n"),
+                         ["core/A.h", "core/B.h"])
+
+
+class StampsOfPassed(unittest.TestCase):
+    def test_fresh_until_something_changes(self):
+        with tempfile.TemporaryDirectory() as folder:
+            source, header = os.path.join(folder, "a.cpp"), os.path.join(folder, "a.h")
+            for path in (source, header):
+                with open(path, "w") as file:
+                    file.write("one")
+            store = os.path.join(folder, "made", "passed.json")
+            first = stamps.Stamps(store)
+            self.assertFalse(first.is_fresh("a.cpp", "flags"))
+            first.keep("a.cpp", [source, header], "flags")
+            first.save()
+            self.assertTrue(stamps.Stamps(store).is_fresh("a.cpp", "flags"))
+            self.assertFalse(stamps.Stamps(store).is_fresh("a.cpp", "other flags"))
+            with open(header, "w") as file:
+                file.write("two")
+            self.assertFalse(stamps.Stamps(store).is_fresh("a.cpp", "flags"))
+            os.remove(header)
+            self.assertFalse(stamps.Stamps(store).is_fresh("a.cpp", "flags"))
 
 
 class Counting(unittest.TestCase):

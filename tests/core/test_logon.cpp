@@ -134,6 +134,23 @@ TEST_F(StoreFailures, AgentFoldersAndDefaults) {
     EXPECT_GT(sweep([](AgentSession& session) { InitEPS(session); }), 6);
 }
 
+TEST_F(StoreFailures, AFailedReadNeverPutsADefaultOverWhatWasSet) {
+    auto agent = GetMessage(*world.session, world.session->AgentMsgID);
+    SetKey(*agent, "EPS.Purge", false);
+    SetKey(*agent, "EPS.PurgeInterval", int32_t{7});
+    agent->Save();
+    sweep([this](AgentSession& session) {
+        InitEPS(session);
+        auto now = GetMessage(*world.session, world.session->AgentMsgID);
+        EXPECT_FALSE(KeyFlag(*now, "EPS.Purge", true));
+        EXPECT_EQ(7, KeyNumber(*now, "EPS.PurgeInterval", 30));
+        // back to two keys that are missing
+        SetKey(*now, "EPS.EmailUpdate", Value());
+        SetKey(*now, "EPS.SaveToBackups", Value());
+        now->Save();
+    });
+}
+
 TEST_F(StoreFailures, ACodeNeverGoesToAHostWithoutAName) {
     add(kHostClass, "HOST1");
     EXPECT_GT(sweep([](AgentSession& session) { NotifyAgents(session, 131); }), 6);

@@ -26,12 +26,23 @@ long numberOf(int code) {
     }
 }
 
+/// The system's own number. A failed commit doesn't pass it on: it stays with the log's file.
+int systemError(sqlite3* db, int code) {
+    sqlite3_file* log = nullptr;
+    int error = 0;
+    if (code == SQLITE_IOERR_WRITE &&
+        sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log &&
+        log->pMethods)
+        log->pMethods->xFileControl(log, SQLITE_FCNTL_LAST_ERRNO, &error);
+    return error != 0 ? error : sqlite3_system_errno(db);
+}
+
 /// The main result; what the system said tells a full disk and a missing right from other faults.
 int meaningOf(sqlite3* db, int code) {
     const int main = code & 0xFF;
     if (!db || (main != SQLITE_IOERR && main != SQLITE_CANTOPEN))
         return main;
-    switch (sqlite3_system_errno(db)) {
+    switch (systemError(db, code)) {
     case ENOSPC:
     case EDQUOT:
     case EFBIG:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -61,8 +62,12 @@ public:
         if (write(m_answers[1], &value, sizeof value) != sizeof value)
             _exit(98);
     }
+    /// The next number of any child; -1 when none comes.
     double NextAnswer() const {
         double value = 0;
+        pollfd ready{m_answers[0], POLLIN, 0};
+        if (poll(&ready, 1, 30'000) != 1)
+            return -1; // the child ended without an answer
         return read(m_answers[0], &value, sizeof value) == sizeof value ? value : -1;
     }
     /// Exit codes of all children, in the order of their start.
