@@ -137,10 +137,14 @@ void frmFirstRun::onFinish() {
 
 void frmFirstRun::setBusy(bool busy) {
     m_busy = busy;
+    if (busy)
+        m_focus = focusWidget(); // what is disabled loses the focus
     m_ui->fraWizard->setEnabled(!busy);
     for (QPushButton* button : {m_ui->cmdNext, m_ui->cmdFinish, m_ui->cmdCancel})
         button->setEnabled(!busy);
     m_ui->cmdBack->setEnabled(!busy && m_wizard.page() != FirstRunWizard::Mailbox);
+    if (!busy && m_focus)
+        m_focus->setFocus();
 }
 
 void frmFirstRun::reject() {

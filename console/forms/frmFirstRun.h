@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -44,6 +45,7 @@ private:
     AgentSession& m_session;
     FirstRunWizard m_wizard;
     std::vector<std::pair<QLineEdit*, std::string*>> m_fields;
+    QPointer<QWidget> m_focus;
     bool m_busy = false;
     bool m_serviceAsked = false;
 };

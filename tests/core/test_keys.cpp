@@ -21,9 +21,11 @@ TEST(KeyCatalogueTest, NamesAreUniqueOnEachRecord) {
 
 TEST(KeyCatalogueTest, AKeyThatStandsOnTwoRecordsHasOneType) {
     std::map<std::string_view, PropType> types;
-    for (const Key& key : KeyCatalogue())
-        if (key.type != PropType::Unspecified)
+    for (const Key& key : KeyCatalogue()) {
+        if (key.type != PropType::Unspecified) {
             EXPECT_EQ(key.type, types.emplace(key.name, key.type).first->second) << key.name;
+        }
+    }
 }
 
 TEST(KeyCatalogueTest, TypesAsReadersAndWritersUseThem) {

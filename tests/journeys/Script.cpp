@@ -39,7 +39,8 @@ std::string quoted(const std::string& text, size_t& at) {
 std::vector<std::string> SplitWords(const std::string& text) {
     std::vector<std::string> words;
     for (size_t at = 0; at < text.size();) {
-        if (text[at] == '#')
+        // "#3" is a word, the third row
+        if (text[at] == '#' && (at + 1 == text.size() || text[at + 1] == ' '))
             break;
         if (text[at] == ' ' || text[at] == '\t' || text[at] == '\r') {
             ++at;

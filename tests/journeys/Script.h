@@ -15,7 +15,8 @@ struct Line {
 };
 
 /// Splits a line into words at blanks. "..." keeps blanks; \n, \t, \" and \\ stand for themselves
-/// inside quotes; # outside quotes begins a comment. Throws std::runtime_error for an open quote.
+/// inside quotes; a # outside quotes, with a blank behind it, begins a comment. Throws
+/// std::runtime_error for an open quote.
 std::vector<std::string> SplitWords(const std::string& text);
 
 /// All commands of a text; empty lines and comments are left out.

@@ -20,6 +20,7 @@ TEST(JourneyScriptTest, SplitsWordsAndQuotes) {
               (Words{"fill", "txtName", "Anna O'Neill"}));
     EXPECT_EQ(SplitWords("  a\t\"\"  \"x\\n\\\"y\\\\\"  # c \"d"), (Words{"a", "", "x\n\"y\\"}));
     EXPECT_EQ(SplitWords("# only a comment"), Words{});
+    EXPECT_EQ(SplitWords("rows #2 #last #"), (Words{"rows", "#2", "#last"}));
     EXPECT_THROW(SplitWords("fill \"open"), std::runtime_error);
 }
 

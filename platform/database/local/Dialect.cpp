@@ -1,6 +1,7 @@
 #include <array>
 #include <cctype>
 #include <cstdio>
+#include <utility>
 
 #include "core/Text.h"
 #include "platform/database/local/LocalEngine.h"

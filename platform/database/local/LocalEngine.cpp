@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <set>
+#include <utility>
 
 #include "core/Text.h"
 #include "platform/database/RowFlow.h"

@@ -75,7 +75,7 @@ void makeTables(const std::string& place, const std::string& path) {
     CreateTables(db);
 }
 
-void pragma(sqlite3* db, const char* text) {
+void setPragma(sqlite3* db, const char* text) {
     if (const int rc = sqlite3_exec(db, text, nullptr, nullptr, nullptr); rc != SQLITE_OK)
         Fail(db, rc, "Message store");
 }
@@ -159,14 +159,14 @@ void StoreFile::configure() {
         const bool wal = mode.Step() && EqualNoCase(mode.Text(0), "wal");
         mode.Reset();
         if (!wal)
-            pragma(m_db, "PRAGMA journal_mode=WAL");
+            setPragma(m_db, "PRAGMA journal_mode=WAL");
     }
-    pragma(m_db, "PRAGMA synchronous=FULL");
-    pragma(m_db, "PRAGMA wal_autocheckpoint=0");
-    pragma(m_db, "PRAGMA cache_size=-65536");
-    pragma(m_db, "PRAGMA temp_store=MEMORY");
-    pragma(m_db, "PRAGMA foreign_keys=OFF");
-    pragma(m_db, "PRAGMA trusted_schema=OFF");
+    setPragma(m_db, "PRAGMA synchronous=FULL");
+    setPragma(m_db, "PRAGMA wal_autocheckpoint=0");
+    setPragma(m_db, "PRAGMA cache_size=-65536");
+    setPragma(m_db, "PRAGMA temp_store=MEMORY");
+    setPragma(m_db, "PRAGMA foreign_keys=OFF");
+    setPragma(m_db, "PRAGMA trusted_schema=OFF");
     sqlite3_wal_hook(m_db, onCommit, this);
 }
 

@@ -109,7 +109,6 @@ public:
         : m_session(std::move(session)), m_folder(folder), m_associated(associated),
           m_range(ContentsRange(folder, associated)), m_lastId(m_range.first) {
         m_store = file().StoreOfFolder(folder);
-        makeIds();
     }
 
     void Columns(std::vector<PropTag> tags) override {
@@ -118,7 +117,9 @@ public:
         m_columns = tags.size();
         for (size_t i = 0; i < tags.size(); ++i) {
             const uint16_t id = PropId(tags[i]);
-            if (const Source source = sourceOf(id); source != Source::Blob || id == 0)
+            const Source source = sourceOf(id);
+            makeId(source);
+            if (source != Source::Blob || id == 0)
                 m_rowColumns.emplace_back(source, i);
             else
                 m_blobColumns.push_back({id, i});
@@ -130,9 +131,12 @@ public:
     void Restrict(std::optional<Restriction> restriction) override {
         m_tests = restriction ? TestsOf(*restriction) : std::vector<RowTest>();
         m_blobTests.clear();
-        for (size_t i = 0; i < m_tests.size(); ++i)
-            if (sourceOf(m_tests[i].id()) == Source::Blob)
+        for (size_t i = 0; i < m_tests.size(); ++i) {
+            const Source source = sourceOf(m_tests[i].id());
+            makeId(source);
+            if (source == Source::Blob)
                 m_blobTests.push_back({m_tests[i].id(), i});
+        }
         std::ranges::stable_sort(m_blobTests, {}, &BlobColumn::id);
         m_tested.assign(m_tests.size(), {});
         m_classes.clear();
@@ -171,15 +175,20 @@ private:
         m_lastId = m_range.first;
     }
 
-    /// Ids that all rows share but for the row's own number, which is put in for each row.
-    void makeIds() {
+    /// An id that all rows share but for the row's own number, which is put in for each row; made
+    /// only for a column or test that asks for it.
+    void makeId(Source source) {
         const StoreRow* store = file().StoreById(m_store);
         if (!store)
             return; // the folder has gone, and its rows with it
-        m_parentId = FolderIdBytes(store->guid, store->isPublic, m_folder);
-        m_storeId = StoreIdBytes(store->guid, store->isPublic);
-        m_longTermId = MessageIdBytes(store->guid, store->isPublic, m_range.first);
-        m_shortTermId = ShortTermIdBytes(m_session->number, ObjectId::Message, 0);
+        if (source == Source::Parent)
+            m_parentId = FolderIdBytes(store->guid, store->isPublic, m_folder);
+        else if (source == Source::Store)
+            m_storeId = StoreIdBytes(store->guid, store->isPublic);
+        else if (source == Source::LongTermId)
+            m_longTermId = MessageIdBytes(store->guid, store->isPublic, m_range.first);
+        else if (source == Source::EntryId)
+            m_shortTermId = ShortTermIdBytes(m_session->number, ObjectId::Message, 0);
     }
 
     /// An equality on an indexed property gives the rows to look at; the first ones are read at

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QCloseEvent>
 #include <QProgressBar>
 #include <QStackedWidget>
 #include <QTest>
@@ -86,6 +87,7 @@ TEST_F(frmFirstRunTest, AFailedLogonStaysOnThePage) {
     EXPECT_EQ(page(), 0);
     EXPECT_EQ(world.ui.boxes().back().text.find("Unable to logon to MAIL01 as nobody\n"), 0U);
     EXPECT_TRUE(button("cmdNext")->isEnabled());
+    EXPECT_EQ(form->focusWidget(), button("cmdNext")) << "the pressed button keeps it";
 }
 
 TEST_F(frmFirstRunTest, TheContactMustHaveAnotherAddress) {
@@ -153,6 +155,17 @@ TEST_F(frmFirstRunTest, CancelAsksAndWritesNothing) {
     EXPECT_FALSE(agentFoldersExist());
 }
 
+TEST_F(frmFirstRunTest, TheTitleBarAsksAsCancelDoes) {
+    open();
+    for (const BoxAnswer answer : {BoxAnswer::No, BoxAnswer::Yes}) {
+        world.ui.Expect("Do you want to cancel initialization of the zandrelAgent?", answer);
+        QCloseEvent event;
+        QSpontaneKeyEvent::setSpontaneous(&event); // as the window system sends it
+        qApp->notify(form.get(), &event);
+        EXPECT_EQ(form->isVisible(), answer == BoxAnswer::No);
+    }
+}
+
 TEST_F(frmFirstRunTest, TheProgramsEndAsksNothing) {
     open();
     EXPECT_TRUE(form->close());
@@ -168,6 +181,7 @@ TEST_F(frmFirstRunTest, TheContactComesFromTheAddressBook) {
     press("cmdSelectContact");
     EXPECT_EQ(box("txtPrimaryEmail")->text(), "alice@example.test");
     EXPECT_EQ(box("txtLastName")->text(), "Adams");
+    EXPECT_EQ(form->focusWidget(), button("cmdSelectContact")) << "the focus comes back";
 }
 
 } // namespace

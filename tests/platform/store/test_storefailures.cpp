@@ -294,7 +294,8 @@ TEST_F(StoreFailures, AGroupThatFailsIsTakenBackAsAWhole) {
             organisation.Commit();
             return 1;
         } catch (const PlatformError& e) {
-            std::fprintf(stderr, "%d saves failed, then: %s\n", failed, e.description().c_str());
+            if (e.number() != MAPI_E_NOT_ENOUGH_DISK && failed == 0)
+                return 4;
         }
         if (items->Count() != 5)
             return 2;

@@ -1,0 +1,151 @@
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "platform/database/Provider.h"
+#include "platform/events/epoll/EpollEvents.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using kr::Value;
+
+/// A listening socket of loopback that never answers; its port is free again afterwards.
+class SilentServer {
+public:
+    SilentServer() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        bind(m_fd, reinterpret_cast<sockaddr*>(&address), size);
+        listen(m_fd, 5);
+        getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size);
+        port = ntohs(address.sin_port);
+    }
+    ~SilentServer() { close(m_fd); }
+    SilentServer(const SilentServer&) = delete;
+    SilentServer& operator=(const SilentServer&) = delete;
+    int port = 0;
+
+private:
+    int m_fd;
+};
+
+int freePort() { return SilentServer().port; }
+
+/// A PostgreSQL of one test program, run by a user who isn't root.
+class OdbcTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        char pattern[] = "/tmp/kr-pg-XXXXXX";
+        s_folder = mkdtemp(pattern);
+        s_port = freePort();
+        for (const auto& entry : fs::directory_iterator("/usr/lib/postgresql"))
+            s_programs = (entry.path() / "bin").string();
+        std::ofstream(s_folder + "/password") << "se;cret=1\n";
+        if (geteuid() == 0)
+            ASSERT_EQ(std::system(("chown -R nobody " + s_folder).c_str()), 0);
+        ASSERT_EQ(run("initdb -D " + s_folder +
+                      "/db -A scram-sha-256 -U postgres -E UTF8 "
+                      "--locale=C.UTF-8 --no-sync --pwfile=" +
+                      s_folder + "/password"),
+                  0);
+        ASSERT_EQ(run("pg_ctl -D " + s_folder + "/db -l " + s_folder + "/log -w -o '-p " +
+                      std::to_string(s_port) + " -k " + s_folder +
+                      " -c listen_addresses=127.0.0.1 -c fsync=off' start"),
+                  0);
+    }
+    static void TearDownTestSuite() {
+        run("pg_ctl -D " + s_folder + "/db -m immediate stop");
+        fs::remove_all(s_folder);
+    }
+    static int run(const std::string& command) {
+        const std::string user = geteuid() == 0 ? "setpriv --reuid=nobody --clear-groups " : "";
+        return std::system(
+            ("cd /tmp && " + user + s_programs + "/" + command + " >/dev/null 2>&1").c_str());
+    }
+    static std::string text(int port, const std::string& password = "'se;cret=1'") {
+        return "Provider=MSDASQL;Driver={PostgreSQL Unicode};Server=127.0.0.1;Port=" +
+               std::to_string(port) + ";Database=postgres;UID=postgres;PWD=" + password;
+    }
+    static long numberOf(const std::function<void()>& call, std::string* reason = nullptr) {
+        try {
+            call();
+        } catch (const kr::PlatformError& e) {
+            if (reason)
+                *reason = e.description();
+            return e.number();
+        }
+        return 0;
+    }
+
+    std::unique_ptr<kr::Events> events = std::make_unique<kr::EpollEvents>();
+    std::unique_ptr<kr::DatabaseProvider> provider = kr::MakeDatabaseProvider(*events);
+    static inline std::string s_folder, s_programs;
+    static inline int s_port = 0;
+};
+
+TEST_F(OdbcTest, TypesAndManyRows) {
+    auto db = provider->Open(text(s_port));
+    const auto rows = db->Query("SELECT 7 AS \"Number\", 1.5::float8 AS f, 'Ünal €'::text AS t, "
+                                "NULL::int AS n, '' AS e, timestamp '2009-03-07 10:11:12' AS d, "
+                                "repeat('x', 5000) AS long");
+    ASSERT_EQ(rows.rows.size(), 1u);
+    EXPECT_EQ(rows.columns.at(0), "Number");
+    const Value when = kr::Time(std::chrono::sys_days(std::chrono::year(2009) / 3 / 7)) +
+                       std::chrono::seconds(10 * 3600 + 11 * 60 + 12);
+    EXPECT_EQ(rows.rows[0],
+              (std::vector<Value>{7, 1.5, "Ünal €", Value(), "", when, std::string(5000, 'x')}));
+    EXPECT_EQ(db->Query("SELECT generate_series(1,20000)").rows.size(), 20000u);
+    kr::DbLimits limits;
+    limits.maxRows = 5;
+    EXPECT_EQ(db->Query("SELECT generate_series(1,20000)", limits).rows.size(), 5u);
+}
+
+TEST_F(OdbcTest, ErrorsHaveNumbersAndReasons) {
+    std::string reason;
+    EXPECT_EQ(numberOf([&] { provider->Open(text(s_port, "wrong")); }, &reason), kr::DB_E_LOGIN);
+    EXPECT_NE(reason.find("authentication failed"), std::string::npos) << reason;
+    EXPECT_EQ(numberOf([&] { provider->Open(text(freePort())); }, &reason), kr::DB_E_FAIL);
+    EXPECT_NE(reason.find("Connection refused"), std::string::npos) << reason;
+    EXPECT_EQ(numberOf([&] { provider->Open("Driver={No Such}"); }), kr::DB_E_PROVIDER_MISSING);
+    EXPECT_EQ(numberOf([&] {
+                  provider->Open("Provider=SQLOLEDB;Data Source=127.0.0.1," +
+                                 std::to_string(freePort()) + ";User ID=u;Password=p");
+              }),
+              kr::DB_E_FAIL);
+    auto db = provider->Open(text(s_port));
+    EXPECT_EQ(numberOf([&] { db->Query("SELEC 1"); }), kr::DB_E_SYNTAX);
+    EXPECT_EQ(numberOf([&] { db->Query("SELECT * FROM none"); }), kr::DB_E_NO_TABLE);
+    EXPECT_EQ(db->Query("SELECT 1").rows.size(), 1u);
+}
+
+TEST_F(OdbcTest, SilentServersAndSlowQueriesEndInTime) {
+    int ticks = 0;
+    events->AddTimer(std::chrono::milliseconds(20), [&] { ++ticks; });
+    const SilentServer silent;
+    kr::DbLimits limits;
+    limits.connectSeconds = 2;
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(numberOf([&] { provider->Open(text(silent.port), limits); }), kr::DB_E_FAIL);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    EXPECT_GT(ticks, 30);
+    auto db = provider->Open(text(s_port));
+    limits.querySeconds = 1;
+    EXPECT_EQ(numberOf([&] { db->Query("SELECT pg_sleep(20)", limits); }), kr::DB_E_TIMEOUT);
+    std::atomic<bool> cancel = false;
+    events->AddTimer(std::chrono::milliseconds(200), [&] { cancel = true; });
+    limits.querySeconds = 30;
+    limits.cancel = &cancel;
+    start = std::chrono::steady_clock::now();
+    EXPECT_EQ(numberOf([&] { db->Query("SELECT pg_sleep(20)", limits); }), kr::DB_E_CANCELED);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+}
+
+} // namespace
