@@ -6,7 +6,7 @@ namespace kr {
 
 namespace {
 
-/// The agent's folders that a logon needs. The agent keeps what it has answered in "Processed".
+/// The folders that the agent works with. The name of the second one is this program's choice.
 constexpr std::string_view kCheckedFolders[] = {"In Process", "Processed", "Review"};
 
 /// Walks the steps of a logon with a session of its own and keeps a line of each.
@@ -19,11 +19,10 @@ public:
         report += m_session.platform.shell.SystemFacts();
         if (createSession()) {
             locateServer();
-            if (logOn()) {
-                inbox();
-                addressList();
-                checkFolders();
-            }
+            logOn(); // the steps behind a refused logon say what they miss
+            inbox();
+            addressList();
+            checkFolders();
         }
         m_session.ui().ShowStatus("");
         return std::move(report);
@@ -74,18 +73,17 @@ private:
                  : "Unable to locate supplied Exchange server: " + server);
     }
 
-    bool logOn() {
+    void logOn() {
         const bool byProfile = !m_session.Profile.empty();
         show(byProfile ? "Logging on with profile: " + m_session.Profile + "..."
                        : "Logging on to server: " + m_session.ExServer +
                              " using alias: " + m_session.ExAlias + "...");
-        return Trap(
+        Trap(
             [&] {
                 if (byProfile)
                     m_rdo->Logon(m_session.Profile, "", false, true, 0);
                 else
                     m_rdo->LogonExchangeMailbox(m_session.ExAlias, m_session.ExServer);
-                return true;
             },
             [&](const Trapped& error) { line("Logon error: " + error.description); });
     }

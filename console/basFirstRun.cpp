@@ -133,12 +133,19 @@ void FirstRunWizard::Load() {
     }
 }
 
+/// Both fields of the mailbox have text, else the person hears of it.
+bool FirstRunWizard::hasMailbox() {
+    if (!Trim(alias).empty() && !Trim(server).empty())
+        return true;
+    tell(m_session, "You must provide the Alias and Exchange server name for the zandrelAgent "
+                    "mailbox!");
+    return false;
+}
+
 bool FirstRunWizard::Next(Focus& focus) {
     focus = Focus::None;
     if (m_page == Mailbox) {
-        if (Trim(alias).empty() || Trim(server).empty()) {
-            tell(m_session, "You must provide the Alias and Exchange server name for the "
-                            "zandrelAgent mailbox!");
+        if (!hasMailbox()) {
             focus = Focus::SelectAlias;
             return false;
         }
@@ -202,9 +209,8 @@ bool FirstRunWizard::logOn() {
 
 void FirstRunWizard::SelectAlias() {
     // a wizard on a new mailbox has no session of its own yet: any known mailbox shows the book
-    if (!loggedOn(m_session))
-        if (Trim(alias).empty() || Trim(server).empty() || !logOn())
-            return;
+    if (!loggedOn(m_session) && (!hasMailbox() || !logOn()))
+        return;
     RecipientList picked;
     if (!PickRecipients(m_session, "Dedicated Mailbox", picked, true) || picked.ids.empty())
         return;

@@ -64,6 +64,7 @@ public:
     std::string company;
 
 private:
+    bool hasMailbox();
     bool logOn();
     bool saveContact();
 

@@ -192,8 +192,9 @@ TEST_F(StoreFailures, ExpandingGoesOnWithTheOthers) {
         one += people.size() == 1;
         none += people.empty();
         came = failing.store.plan().Failed();
-        if (!came)
+        if (!came) {
             EXPECT_EQ(2u, people.size());
+        }
     }
     // only the outbox, its items, the scratch message, its recipients and their number take all
     EXPECT_EQ(5, none);

@@ -235,11 +235,11 @@ void key(const Words& words) {
     const QKeySequence keys(Q(words[0]));
     if (keys.isEmpty() || keys[0].key() == Qt::Key_unknown)
         throw Failure("no key is called " + words[0]);
-    QWidget* target = words.size() > 1 ? Control(words[1]) : QApplication::focusWidget();
+    QWidget* target = words.size() > 1 ? Control(words[1]) : QApplication::activePopupWidget();
     if (words.size() > 1)
         target->setFocus();
     if (!target)
-        target = QApplication::activePopupWidget();
+        target = QApplication::focusWidget();
     if (!target)
         target = ActiveForm();
     QTest::keyClick(target, keys[0].key(), keys[0].keyboardModifiers());

@@ -58,7 +58,7 @@ void printHelp(const Driver& driver) {
     std::printf(
         "console-driver [--platform offscreen|xcb] [--arguments \"TEXT\"] [SCRIPT]\n\n"
         "Starts the real console and works it from a script, or from standard input: one\n"
-        "command a line, words with blanks in \"...\", comments behind " #". A command that\n"
+        "command a line, words with blanks in \"...\", comments behind '# '. A command that\n"
         "opens a dialog lets the next one run inside it. A box that nobody answers or\n"
         "expects ends the journey as failed, with its text. Exit codes: 0 passed, 1 failed,\n"
         "2 wrong usage.\n\nCommands:\n");
