@@ -160,19 +160,30 @@ class Counting(unittest.TestCase):
 
 
 class Benchmarks(unittest.TestCase):
-    def test_ratio_to_the_floor(self):
-        results = [
-            {"name": "floor_median", "run_name": "floor", "aggregate_name": "median",
-             "cpu_time": 2.0, "time_unit": "us"},
-            {"name": "work_median", "run_name": "work", "aggregate_name": "median",
-             "cpu_time": 6000.0, "time_unit": "ns", "label": "floor", "target": 2.0},
-            {"name": "work_mean", "run_name": "work", "aggregate_name": "mean", "cpu_time": 9e9}]
-        rows = list(bench_report.rows(results))
-        self.assertEqual(len(rows), 2)
-        self.assertEqual(rows[1][3], 3.0)
-        self.assertEqual(bench_report.verdict(*rows[1][2:]), "MISSED")
-        self.assertEqual(bench_report.verdict("floor", 2.2, 2.0), "within noise")
-        self.assertEqual(bench_report.verdict("floor", None, 2.0), "NO FLOOR")
+    def test_lines(self):
+        text = "made 5 rows\nratio a.b/floor 3.5 target 2.00 MISSED\nratio c 1e-2 target 0.02\nratio d\n"
+        self.assertEqual(bench_report.ratios_of(text), [("a.b/floor", 3.5, 2.0), ("c", 0.01, 0.02)])
+
+    def test_counters(self):
+        results = [{"name": "Fill", "run_name": "Fill", "of_goal": 0.4},
+                   {"name": "Fill_median", "run_name": "Fill", "aggregate_name": "median",
+                    "of_goal": 0.5},
+                   {"name": "Floor", "run_name": "Floor", "cpu_time": 3}]
+        self.assertEqual(bench_report.ratios_of_json(results), [("Fill", 0.5, 1.0)])
+        self.assertEqual(bench_report.ratios_of_json(results[:1]), [("Fill", 0.4, 1.0)])
+
+    def test_verdicts(self):
+        self.assertEqual(bench_report.verdict(2.0, 2.0), "met")
+        self.assertEqual(bench_report.verdict(2.2, 2.0), "within noise")
+        self.assertEqual(bench_report.verdict(2.4, 2.0), "MISSED")
+
+    def test_silent_program_is_seen(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for name, text in (("bench_a", "ratio x 1 target 2\n"), ("bench_b", "died\n")):
+                with open(os.path.join(folder, name + ".txt"), "w") as file:
+                    file.write(text)
+            self.assertEqual(list(bench_report.rows_of(folder)),
+                             [("bench_a", [("x", 1.0, 2.0)]), ("bench_b", [])])
 
 
 if __name__ == "__main__":
