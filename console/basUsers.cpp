@@ -69,7 +69,7 @@ public:
             fill(m_cells[i], type, column == kNoColumn ? none : row[column], i);
         }
         RecordsetCell& email = m_cells[Index(UserFieldID::Email)];
-        if (email.kind == Kind::Null) // the subject was lost
+        if (email.kind == Kind::Null || email.text.empty()) // the subject was lost
             setText(email, row[kEmailKeyColumn], Index(UserFieldID::Email));
         m_users.AppendCells(m_cells);
     }

@@ -5,67 +5,82 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/store/sqlite/Blob.h"
+#include "platform/store/sqlite/PropertyBag.h"
 
 namespace {
 
 using namespace kr;
 using namespace kr::sqlite;
 
-std::vector<RawProperty> read(std::string_view blob) {
-    std::vector<RawProperty> properties;
-    BlobReader reader(blob);
-    for (RawProperty p; reader.Next(p);)
-        properties.push_back(p);
-    return properties;
-}
-
 void require(bool good) {
     if (!good)
         std::abort();
 }
 
-bool same(const RawProperty& a, const RawProperty& b) {
-    return a.tag == b.tag && a.big == b.big && a.payload == b.payload &&
-           (!a.big || a.bigLength == b.bigLength);
+/// Properties up to the end or to what is wrong; false for a blob that is none.
+bool read(std::string_view blob, std::vector<RawProperty>& properties) {
+    BlobReader reader(blob);
+    for (RawProperty p; reader.Next(p);)
+        properties.push_back(p);
+    return !reader.Bad();
 }
 
-/// The one pass of a table finds what the reader finds, when the ids ascend.
-void checkCells(std::string_view blob, const std::vector<RawProperty>& properties) {
-    std::vector<BlobColumn> columns;
+std::string write(const std::vector<RawProperty>& properties) {
+    BlobWriter writer;
+    for (const RawProperty& p : properties)
+        writer.Add(p);
+    return writer.Take();
+}
+
+bool same(const RawProperty& a, const RawProperty& b) {
+    return a.tag == b.tag && a.isLong == b.isLong && a.payload == b.payload &&
+           (!a.isLong || a.length == b.length);
+}
+
+void checkValues(const std::vector<RawProperty>& properties) {
     for (const RawProperty& p : properties) {
-        if (!columns.empty() && columns.back().id >= PropId(p.tag))
-            return;
-        columns.push_back({PropId(p.tag), columns.size()});
+        const Value value = DecodePayload(TypeOf(p.tag), p.payload);
+        if (value.is<std::string>() || value.is<Bytes>() || value.is<int32_t>())
+            require(EncodePayload(value) == p.payload || p.isLong);
     }
-    std::vector<TableCell> cells(columns.size());
-    FillCells(blob, columns, cells.data());
-    for (size_t i = 0; i < cells.size(); ++i) {
-        require(cells[i].type == TypeOf(properties[i].tag));
-        if (properties[i].big)
-            require(cells[i].integer == kKeptOutside);
-        else if (cells[i].type != PropType::Double && cells[i].type != PropType::Double5)
-            require(cells[i].value() == DecodePayload(cells[i].type, properties[i].payload));
+}
+
+/// Passing over finds what reading one by one finds.
+void checkFinding(std::string_view blob, const std::vector<RawProperty>& properties) {
+    for (const RawProperty& p : properties) {
+        RawProperty found;
+        require(FindProperty(blob, PropId(p.tag), found) && same(found, p));
     }
+}
+
+void checkMerging(std::string_view blob, const std::vector<RawProperty>& properties) {
+    if (properties.empty())
+        return;
+    std::vector<PropertyChange> changes(1);
+    changes[0].tag = properties[properties.size() / 2].tag;
+    changes[0].removed = true;
+    std::vector<RawProperty> left;
+    const std::string merged = MergeChanges(blob, changes, true);
+    require(read(merged, left) && left.size() + 1 == properties.size());
+    require(MergeChanges(blob, {}, true) == write(properties));
 }
 
 } // namespace
 
-/// Any bytes may stand where a property blob is expected: what can be read of them comes back the
-/// same after it was written anew.
+/// Any bytes may stand where a property blob is expected: nothing is read behind their end, and
+/// what is a blob comes back the same after it was written anew.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view blob(reinterpret_cast<const char*>(data), size);
-    const std::vector<RawProperty> properties = read(blob);
-    for (const RawProperty& p : properties) {
-        const Value value = DecodePayload(TypeOf(p.tag), p.payload);
-        if (value.is<std::string>() || value.is<Bytes>() || value.is<int32_t>())
-            require(EncodePayload(TypeOf(p.tag), value) == p.payload || p.big);
-    }
-    const std::string written = WriteBlob(properties);
-    const std::vector<RawProperty> again = read(written);
-    require(again.size() == properties.size());
+    std::vector<RawProperty> properties;
+    const bool good = read(blob, properties);
+    checkValues(properties);
+    checkFinding(blob, properties);
+    const std::string written = write(properties);
+    std::vector<RawProperty> again;
+    require(read(written, again) && again.size() == properties.size());
     for (size_t i = 0; i < again.size(); ++i)
         require(same(properties[i], again[i]));
-    checkCells(blob, properties);
+    if (good)
+        checkMerging(blob, properties);
     return 0;
 }

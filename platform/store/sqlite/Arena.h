@@ -8,26 +8,26 @@
 
 namespace kr::sqlite {
 
-/// Bytes of a batch that cells point into; chunks never move while the batch lives.
+/// Bytes of a batch that cells point into; they never move while the batch lives.
 class Arena {
 public:
     void Clear() {
         m_chunk = 0;
         m_used = 0;
     }
-    std::string_view Keep(std::string_view bytes) {
-        if (bytes.empty())
-            return {};
-        char* place = Room(bytes.size());
-        std::memcpy(place, bytes.data(), bytes.size());
-        return {place, bytes.size()};
-    }
-    char* Room(size_t size) {
-        if (m_chunks.empty() || m_used + size > m_chunks[m_chunk].size)
+    /// Room for so many bytes.
+    char* Take(size_t size) {
+        if (m_chunk >= m_chunks.size() || m_used + size > m_chunks[m_chunk].size)
             grow(size);
         char* place = m_chunks[m_chunk].bytes.get() + m_used;
         m_used += size;
         return place;
+    }
+    std::string_view Keep(std::string_view bytes) {
+        char* place = Take(bytes.size());
+        if (!bytes.empty())
+            std::memcpy(place, bytes.data(), bytes.size());
+        return {place, bytes.size()};
     }
 
 private:
@@ -35,21 +35,19 @@ private:
         std::unique_ptr<char[]> bytes;
         size_t size;
     };
-    /// Chunks double, so that a single row costs little and a full batch few of them.
+    static constexpr size_t kChunk = 256 * 1024;
+
     void grow(size_t size) {
-        if (!m_chunks.empty())
+        if (m_chunk < m_chunks.size())
             ++m_chunk;
-        m_used = 0;
         while (m_chunk < m_chunks.size() && m_chunks[m_chunk].size < size)
             ++m_chunk;
+        m_used = 0;
         if (m_chunk < m_chunks.size())
             return;
-        const size_t next = m_chunks.empty() ? kFirst : m_chunks.back().size * 2;
-        const size_t wanted = std::max(size, std::min(next, kLargest));
+        const size_t wanted = std::max(size, kChunk);
         m_chunks.push_back({std::unique_ptr<char[]>(new char[wanted]), wanted});
     }
-    static constexpr size_t kFirst = 4 * 1024;
-    static constexpr size_t kLargest = 512 * 1024;
 
     std::vector<Chunk> m_chunks;
     size_t m_chunk = 0;

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
+#include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,58 +13,169 @@
 /// The property blob of a record: a version byte, a varint count, then in ascending order of the
 /// property id the tag (four bytes, little-endian) and its value. Fixed types stand in their size,
 /// the others behind a varint length; a list of texts is a varint count and each text behind its
-/// length. A tag with kBigFlag in its type stands for a value kept outside, with its length only.
+/// length. A tag with kLongFlag in its type stands for a value kept outside, with its length only.
 namespace kr::sqlite {
 
-constexpr uint32_t kBigFlag = 0x4000;
+constexpr uint32_t kLongFlag = 0x4000;
 /// Larger values are kept outside, so that a scan of a folder never drags them along.
-constexpr size_t kBigSize = 1024;
+constexpr size_t kLongSize = 1024;
+constexpr std::string_view kEmptyBlob("\x01\0", 2);
 
-/// One property in a blob; `payload` is a view into it, without the length prefix.
+/// One property of a blob; `payload` is a view into it, without the length prefix.
 struct RawProperty {
     PropTag tag = 0;
     std::string_view payload;
-    bool big = false;
-    uint64_t bigLength = 0;
+    bool isLong = false; // kept outside; `length` says how much
+    uint64_t length = 0;
 };
 
-/// Reads a blob from front to end; anything that runs over its end stops the reading.
+constexpr char kBlobVersion = 1;
+constexpr uint64_t kVariableSize = UINT64_MAX;
+/// Size of a fixed type; kVariableSize for a value behind its length; 0 for a list, which says by
+/// itself where it ends, and for a type that no blob has.
+constexpr uint64_t PayloadSize(uint32_t type) {
+    switch (static_cast<PropType>(type)) {
+    case PropType::String:
+    case PropType::Binary:
+        return kVariableSize;
+    case PropType::Short:
+        return 2;
+    case PropType::Long:
+        return 4;
+    case PropType::Boolean:
+        return 1;
+    case PropType::Double:
+    case PropType::Double5:
+    case PropType::Currency:
+    case PropType::Time:
+        return 8;
+    default:
+        return 0;
+    }
+}
+
+/// Reads a blob from front to end, and never behind it. Anything wrong ends the reading. Inline,
+/// since a table reads millions of properties.
 class BlobReader {
 public:
-    explicit BlobReader(std::string_view blob);
-    bool Next(RawProperty& property);
+    explicit BlobReader(std::string_view blob) : m_at(blob.data()), m_end(m_at + blob.size()) {
+        m_bad = blob.empty() || *m_at++ != kBlobVersion || !varint(m_left);
+    }
+    bool Next(RawProperty& property) {
+        if (m_left == 0 || m_bad) {
+            m_bad = m_bad || m_at != m_end;
+            return false;
+        }
+        --m_left;
+        m_bad = !read(property);
+        return !m_bad;
+    }
+    /// The next property whose id is at least this; what lies before is passed over unread.
+    bool NextFrom(uint16_t id, RawProperty& property) {
+        while (!m_bad && m_left > 0 && m_end - m_at >= 4) {
+            uint32_t tag = 0;
+            std::memcpy(&tag, m_at, sizeof tag);
+            uint64_t size = PayloadSize(tag & 0xFFFF); // 0 for long values and lists: read them
+            if (PropId(tag) >= id || size == 0) {
+                if (!Next(property) || PropId(property.tag) >= id)
+                    return !m_bad;
+                continue;
+            }
+            m_at += sizeof tag;
+            m_bad = (size == kVariableSize && !varint(size)) ||
+                    size > static_cast<uint64_t>(m_end - m_at);
+            if (m_bad)
+                return false;
+            m_at += size;
+            --m_left;
+        }
+        return Next(property);
+    }
+    /// The blob is none: wrong version, count, order, type or length, or something left over.
+    bool Bad() const { return m_bad; }
 
 private:
-    const char* m_at = nullptr;
-    const char* m_end = nullptr;
+    bool varint(uint64_t& value) {
+        if (m_at < m_end && (*m_at & 0x80) == 0) { // nearly always
+            value = static_cast<uint8_t>(*m_at++);
+            return true;
+        }
+        value = 0;
+        for (int shift = 0; shift < 64 && m_at < m_end; shift += 7) {
+            const auto byte = static_cast<uint8_t>(*m_at++);
+            value |= static_cast<uint64_t>(byte & 0x7F) << shift;
+            if ((byte & 0x80) == 0)
+                return true;
+        }
+        return false;
+    }
+    bool take(uint64_t size, std::string_view& payload) {
+        if (size > static_cast<uint64_t>(m_end - m_at))
+            return false;
+        payload = {m_at, static_cast<size_t>(size)};
+        m_at += size;
+        return true;
+    }
+    bool list(std::string_view& payload);
+    bool read(RawProperty& property) {
+        if (m_end - m_at < 4)
+            return false;
+        uint32_t tag = 0;
+        std::memcpy(&tag, m_at, sizeof tag);
+        m_at += sizeof tag;
+        property.isLong = (tag & kLongFlag) != 0;
+        property.tag = tag & ~kLongFlag;
+        if (PropId(tag) <= m_lastId)
+            return false;
+        m_lastId = PropId(tag);
+        uint64_t size = PayloadSize(property.tag & 0xFFFF);
+        const bool isList = TypeOf(property.tag) == PropType::StringList;
+        if (property.isLong) {
+            property.payload = {};
+            return (isList || size == kVariableSize) && varint(property.length);
+        }
+        if (size == 0)
+            return isList && list(property.payload);
+        return (size != kVariableSize || varint(size)) && take(size, property.payload);
+    }
+
+    const char* m_at;
+    const char* m_end;
     uint64_t m_left = 0;
+    int m_lastId = -1;
+    bool m_bad = false;
 };
 
-/// A property's value in the form that a blob holds it. Text of the types 0x1E and 0x1F is one.
-std::string EncodePayload(PropType type, const Value& value);
-Value DecodePayload(PropType type, std::string_view payload);
-/// The same as a view; list texts stay encoded.
+/// Writes a blob; properties must come in ascending order of their ids.
+class BlobWriter {
+public:
+    void Add(const RawProperty& property);
+    std::string Take();
+
+private:
+    std::string m_properties;
+    uint64_t m_count = 0;
+};
+
+/// A value in the form that a blob holds it.
+std::string EncodePayload(const Value& value);
+/// A view for a table; list texts stay encoded.
 void DecodeCell(PropType type, std::string_view payload, TableCell& cell);
+Value DecodePayload(PropType type, std::string_view payload);
 
-/// A column of a table row that the blob answers.
-struct BlobColumn {
-    uint16_t id = 0;
-    size_t place = 0; // of its cell in the row
-};
-/// Stands in the integer of a cell whose value is kept outside.
-constexpr int64_t kKeptOutside = -1;
-/// Fills the cells of all columns, which come in ascending order of their ids, in one pass; missing
-/// ones become empty. True when a value is kept outside.
-bool FillCells(std::string_view blob, std::span<const BlobColumn> columns, TableCell* cells);
-
-/// Writes a whole blob; properties must come in ascending order of their ids.
-std::string WriteBlob(const std::vector<RawProperty>& properties);
-
-void AppendVarint(std::string& out, uint64_t value);
-/// The type that a value is stored under when its tag leaves that open.
+/// The type under which a blob holds it: one for both text types, and for both lists.
+PropType StoredType(PropType type);
+/// Both types name the same property: the two text types, the two of a double; Unspecified any.
+bool SameType(PropType a, PropType b);
+/// The value in the form of that type when nothing is lost by it; Unspecified takes any.
+std::optional<Value> ToType(const Value& value, PropType type);
+/// The type that a value has by itself.
 PropType TypeOfValue(const Value& value);
 
 constexpr int64_t kFileTimeEpoch = 11644473600; // seconds from 1601 to 1970
 constexpr int64_t kTicksPerSecond = 10'000'000;
+/// Ticks of 100 ns since 1601.
+int64_t NowTicks();
+Time TimeOfTicks(int64_t ticks);
 
 } // namespace kr::sqlite

@@ -1,173 +1,86 @@
+#include <algorithm>
+
 #include "core/Text.h"
-#include "platform/store/sqlite/Objects.h"
+#include "platform/store/sqlite/MessageRows.h"
+#include "platform/store/sqlite/PropertyBag.h"
 
 namespace kr::sqlite {
 
 namespace {
 
-int64_t countRows(StoreFile& file, const IdRange& range) {
-    Use row(file.Sql("SELECT count(*) FROM msg WHERE id BETWEEN ? AND ?"));
-    row->Bind(1, range.first).Bind(2, range.last);
-    row->Step();
-    return row->Integer(0);
-}
-
-class Items : public RDOItems {
-public:
-    Items(SessionPtr session, int64_t folder, bool associated)
-        : m_session(std::move(session)), m_folder(folder), m_associated(associated),
-          m_range(ContentsRange(folder, associated)) {}
-
-    int Count() const override { return static_cast<int>(countRows(*m_session->file, m_range)); }
-
-    /// Walking by index is one step each: the place of the last one is kept.
-    RDOMessagePtr Item(int index) const override {
-        const bool next = index == m_lastIndex + 1 && m_lastIndex > 0;
-        int64_t id = 0;
-        {
-            Use row(m_session->file->Sql(
-                "SELECT id FROM msg WHERE id>? AND id<=? ORDER BY id LIMIT 1 OFFSET ?"));
-            row->Bind(1, next ? m_lastId : m_range.first)
-                .Bind(2, m_range.last)
-                .Bind(3, next || index < 1 ? 0 : index - 1);
-            if (index < 1 || !row->Step())
-                throw PlatformError(MAPI_E_NOT_FOUND, "There is no such item.", "RDOItems");
-            id = row->Integer(0);
-        }
-        m_lastIndex = index;
-        m_lastId = id;
-        return OpenMessage(m_session, id);
-    }
-    RDOMessagePtr Add(std::string_view messageClass) override {
-        return NewMessage(m_session, m_folder, m_associated, messageClass);
-    }
-    MAPITablePtr Table() const override { return OpenTable(m_session, m_folder, m_associated); }
-
-private:
-    SessionPtr m_session;
-    int64_t m_folder;
-    bool m_associated;
-    IdRange m_range;
-    mutable int m_lastIndex = 0;
-    mutable int64_t m_lastId = 0;
-};
+constexpr const char* kSource = "RDOFolder";
+constexpr PropTag PR_CONTENT_COUNT = 0x36020003;
+constexpr PropTag PR_SUBFOLDERS = 0x360A000B;
 
 class Folders : public RDOFolders {
 public:
-    Folders(SessionPtr session, int64_t store, int64_t parent)
-        : m_session(std::move(session)), m_store(store), m_parent(parent) {}
+    Folders(SessionPtr session, StoreRef store, int64_t parent)
+        : m_session(std::move(session)), m_store(std::move(store)), m_parent(parent) {}
 
     int Count() const override {
-        Use row(m_session->file->Sql("SELECT count(*) FROM folder WHERE parent=?"));
-        row->Bind(1, m_parent);
-        row->Step();
-        return static_cast<int>(row->Integer(0));
+        return static_cast<int>(
+            file().Number(0, "SELECT count(*) FROM folder WHERE parent=?", m_parent));
     }
+    /// In the order of their names.
     RDOFolderPtr Item(int index) const override {
         const int64_t id =
-            find("SELECT id FROM folder WHERE parent=? ORDER BY name_key LIMIT 1 OFFSET ?",
-                 [&](Statement& s) { s.Bind(2, index < 1 ? -1 : index - 1); });
-        if (index < 1 || id == 0)
-            throw PlatformError(MAPI_E_NOT_FOUND, "There is no such folder.", "RDOFolders");
+            index < 1 ? 0
+                      : file().Number(0,
+                                      "SELECT id FROM folder WHERE parent=? ORDER BY name_key "
+                                      "LIMIT 1 OFFSET ?",
+                                      m_parent, index - 1);
+        if (id == 0)
+            Refuse(MAPI_E_NOT_FOUND, "There is no such folder.", "RDOFolders");
         return OpenFolder(m_session, id);
     }
     RDOFolderPtr Item(std::string_view name) const override {
-        const int64_t id = find("SELECT id FROM folder WHERE parent=? AND name_key=?",
-                                [&](Statement& s) { s.Bind(2, Fold(name)); });
+        const int64_t id = file().Number(0, "SELECT id FROM folder WHERE parent=? AND name_key=?",
+                                         m_parent, Fold(name));
         return id == 0 ? nullptr : OpenFolder(m_session, id);
     }
     RDOFolderPtr Add(std::string_view name, std::string_view containerClass) override {
         if (name.empty())
-            throw PlatformError(MAPI_E_CALL_FAILED, "A folder needs a name.", "RDOFolders");
+            Refuse(MAPI_E_INVALID_PARAMETER, "A folder needs a name.", "RDOFolders");
         int64_t id = 0;
-        m_session->file->Write(
-            [&] { id = AddFolder(*m_session->file, m_store, m_parent, name, containerClass); });
+        file().Write([&] {
+            id =
+                AddFolder(file(), m_session->number(), m_store->id, m_parent, name, containerClass);
+        });
         return OpenFolder(m_session, id);
     }
 
 private:
-    template <class Bind>
-    int64_t find(const char* sql, Bind bind) const {
-        Use row(m_session->file->Sql(sql));
-        row->Bind(1, m_parent);
-        bind(*row);
-        return row->Step() ? row->Integer(0) : 0;
-    }
-
+    StoreFile& file() const { return m_session->file(); }
     SessionPtr m_session;
-    int64_t m_store;
+    StoreRef m_store;
     int64_t m_parent;
 };
 
-class Folder : public StoredProperties<RDOFolder> {
+class Folder : public InStore<RDOFolder> {
 public:
-    Folder(SessionPtr session, int64_t id) : StoredProperties(std::move(session), 0), m_id(id) {
-        Use row(file().Sql("SELECT store,parent,name,class,props FROM folder WHERE id=?"));
-        row->Bind(1, id);
-        if (!row->Step())
-            throw PlatformError(MAPI_E_NOT_FOUND, "The folder could not be found.", "RDOFolder");
-        m_store = row->Integer(0);
-        m_parent = row->Integer(1);
-        m_name = row->Text(2);
-        m_class = row->Text(3);
-        m_bag.Load(row->Text(4));
+    Folder(SessionPtr session, StoreRef store, int64_t id)
+        : InStore(std::move(session), std::move(store)), m_id(id) {
+        if (!read())
+            Refuse(MAPI_E_NOT_FOUND, "The folder could not be found.", kSource);
     }
 
     Value Fields(PropTag tag) const override {
-        switch (PropId(tag)) {
-        case PropId(PR_DISPLAY_NAME):
-            return m_name;
-        case PropId(PR_CONTAINER_CLASS):
-            return m_class.empty() ? Value() : Value(m_class);
-        default: {
-            const auto* stored = m_bag.Find(PropId(tag));
-            return stored ? DecodePayload(TypeOf(stored->tag), stored->payload) : Value();
-        }
-        }
+        bool known = true;
+        const Value value = computed(tag, known);
+        if (!known)
+            return PropId(tag) == 0 ? Value() : m_bag.Get(tag);
+        return value;
     }
-    void SetFields(PropTag tag, const Value& value) override {
-        if (PropId(tag) == 0)
-            throw PlatformError(MAPI_E_NOT_FOUND, "The property has no id in this store.",
-                                "RDOFolder");
-        if (PropId(tag) == PropId(PR_DISPLAY_NAME))
-            return SetName(value.text());
-        if (PropId(tag) == PropId(PR_CONTAINER_CLASS)) {
-            m_class = value.text();
-            return Save();
-        }
-        m_bag.Set(tag, value);
-    }
-    std::vector<PropTag> PropList() const override {
-        std::vector<PropTag> tags = m_bag.Tags();
-        tags.push_back(PR_DISPLAY_NAME);
-        if (!m_class.empty())
-            tags.push_back(PR_CONTAINER_CLASS);
-        std::ranges::sort(tags);
-        return tags;
-    }
+    void SetFields(PropTag tag, const Value& value) override;
+    std::vector<PropTag> PropList() const override;
 
     std::string Name() const override { return m_name; }
-    void SetName(std::string_view name) override {
-        file().Write([&] {
-            Use clash(file().Sql("SELECT 1 FROM folder WHERE parent=? AND name_key=? AND id<>?"));
-            clash->Bind(1, m_parent).Bind(2, Fold(name)).Bind(3, m_id);
-            if (clash->Step())
-                throw PlatformError(MAPI_E_COLLISION,
-                                    "A folder named " + std::string(name) + " exists already.",
-                                    "RDOFolder");
-            m_name = name;
-            Save();
-        });
-    }
-    EntryID ID() const override { return FolderId(storeRow().guid, storeRow().isPublic, m_id); }
-    EntryID StoreID() const override { return StoreId(storeRow().guid, storeRow().isPublic); }
+    void SetName(std::string_view name) override;
+    EntryID ID() const override { return m_store->FolderID(m_id); }
+    EntryID StoreID() const override { return m_store->ID(); }
     std::string DefaultItemClass() const override { return m_class; }
-    RDOItemsPtr Items() const override {
-        return std::make_shared<sqlite::Items>(m_session, m_id, false);
-    }
-    RDOItemsPtr HiddenItems() const override {
-        return std::make_shared<sqlite::Items>(m_session, m_id, true);
-    }
+    RDOItemsPtr Items() const override { return OpenItems(m_session, m_store, m_id, false); }
+    RDOItemsPtr HiddenItems() const override { return OpenItems(m_session, m_store, m_id, true); }
     RDOFoldersPtr Folders() const override {
         return std::make_shared<sqlite::Folders>(m_session, m_store, m_id);
     }
@@ -175,154 +88,169 @@ public:
         return m_parent == 0 ? nullptr : OpenFolder(m_session, m_parent);
     }
     RDOStorePtr Store() const override { return OpenStore(m_session, m_store); }
-
-    void Save() override {
-        file().Write([&] {
-            PropertyBag now;
-            {
-                Use row(file().Sql("SELECT props FROM folder WHERE id=?"));
-                row->Bind(1, m_id);
-                if (!row->Step())
-                    throw PlatformError(MAPI_E_OBJECT_DELETED, "The folder has been deleted.",
-                                        "RDOFolder");
-                now.Load(row->Text(0));
-            }
-            m_bag.ApplyTo(now);
-            const int64_t cn = file().LogChange(StoreChange::Folder, m_id, m_parent);
-            // a folder's long values stay in its row: nothing scans folders
-            std::vector<RawProperty> raw;
-            for (const PropTag tag : now.Tags())
-                raw.push_back({tag, now.Find(PropId(tag))->payload, false, 0});
-            file()
-                .Sql("UPDATE folder SET name=?,name_key=?,class=?,cn=?,props=? WHERE id=?")
-                .Bind(1, m_name)
-                .Bind(2, Fold(m_name))
-                .Bind(3, m_class)
-                .Bind(4, cn)
-                .BindBlob(5, WriteBlob(raw))
-                .Bind(6, m_id)
-                .Run();
-            m_bag = std::move(now);
-        });
-        m_bag.ForgetChanges();
-    }
-
-    void Delete() override {
-        file().Write([&] { remove(m_id, m_parent); });
-    }
+    void Save() override;
+    void Delete() override;
 
 private:
-    void remove(int64_t folder, int64_t parent) {
-        std::vector<int64_t> children, messages;
-        {
-            Use rows(file().Sql("SELECT id FROM folder WHERE parent=?"));
-            rows->Bind(1, folder);
-            while (rows->Step())
-                children.push_back(rows->Integer(0));
-        }
-        for (const int64_t child : children)
-            remove(child, folder);
-        {
-            Use rows(file().Sql("SELECT id FROM msg WHERE id BETWEEN ? AND ?"));
-            rows->Bind(1, ContentsRange(folder, false).first)
-                .Bind(2, ContentsRange(folder, true).last);
-            while (rows->Step())
-                messages.push_back(rows->Integer(0));
-        }
-        for (const int64_t message : messages)
-            DeleteMessage(file(), message);
-        file().Sql("DELETE FROM folder WHERE id=?").Bind(1, folder).Run();
-        file().LogChange(StoreChange::Folder, folder, parent);
-    }
+    bool read();
+    Value computed(PropTag tag, bool& known) const;
+    void setClass(const std::string& containerClass);
+    void remove(int64_t folder, int64_t parent);
+    template <class... Values>
+    void update(const char* sql, const Values&... values);
 
     int64_t m_id;
     int64_t m_parent = 0;
+    int64_t m_number = 0;
     std::string m_name;
     std::string m_class;
     PropertyBag m_bag;
 };
 
-class Store : public StoredProperties<RDOStore> {
-public:
-    Store(SessionPtr session, int64_t id) : StoredProperties(std::move(session), id) { storeRow(); }
-    Value Fields(PropTag tag) const override {
-        if (PropId(tag) == PropId(PR_DISPLAY_NAME))
-            return Name();
-        if (PropId(tag) == PropId(PR_MAILBOX_OWNER_NAME) && !storeRow().isPublic)
-            return storeRow().ownerName;
+bool Folder::read() {
+    Use row = file().Query("SELECT parent,number,name,class,props FROM folder WHERE id=?", m_id);
+    if (!row->Step())
+        return false;
+    m_parent = row->Integer(0);
+    m_number = row->Integer(1);
+    m_name = row->Text(2);
+    m_class = row->Text(3);
+    m_bag.Load(std::string(row->Text(4)));
+    return true;
+}
+
+Value Folder::computed(PropTag tag, bool& known) const {
+    switch (PropId(tag)) {
+    case PropId(PR_DISPLAY_NAME):
+        return m_name;
+    case PropId(PR_CONTAINER_CLASS):
+        return m_class.empty() ? Value() : Value(m_class);
+    case PropId(PR_ENTRYID):
+        return BinaryOf(FolderIdBytes(m_store->guid, m_store->isPublic, m_id));
+    case PropId(PR_PARENT_ENTRYID):
+        return m_parent == 0 ? Value()
+                             : BinaryOf(FolderIdBytes(m_store->guid, m_store->isPublic, m_parent));
+    case PropId(PR_STORE_ENTRYID):
+        return BinaryOf(StoreIdBytes(m_store->guid, m_store->isPublic));
+    case PropId(PR_CONTENT_COUNT):
+        return static_cast<int32_t>(Items()->Count());
+    case PropId(PR_SUBFOLDERS):
+        return file().Number(0, "SELECT 1 FROM folder WHERE parent=? LIMIT 1", m_id) != 0;
+    default:
+        known = false;
         return {};
     }
-    void SetFields(PropTag, const Value&) override {
-        throw PlatformError(MAPI_E_NO_ACCESS, "A store's properties can't be written.", "RDOStore");
-    }
-    std::vector<PropTag> PropList() const override { return {PR_DISPLAY_NAME}; }
-    EntryID ID() const override { return StoreId(storeRow().guid, storeRow().isPublic); }
-    std::string Name() const override {
-        return storeRow().isPublic ? storeRow().ownerName : "Mailbox - " + storeRow().ownerName;
-    }
-    RDOFolderPtr RootFolder() const override { return OpenFolder(m_session, storeRow().root); }
-    RDOFolderPtr IPMRootFolder() const override {
-        return OpenFolder(m_session, storeRow().ipmRoot);
-    }
-    RDOFolderPtr GetDefaultFolder(int number) const override {
-        const int64_t id = DefaultFolderId(file(), m_store, number);
-        if (id == 0)
-            throw PlatformError(MAPI_E_NOT_FOUND, "The store has no such folder.", "RDOStore");
-        return OpenFolder(m_session, id);
-    }
-    bool CompareEntryIDs(const EntryID& a, const EntryID& b) const override {
-        const auto x = ReadId(a, m_session->number);
-        const auto y = ReadId(b, m_session->number);
-        if (!x || !y) {
-            if (ReadAddressId(a) && ReadAddressId(b))
-                return a == b;
-            throw PlatformError(MAPI_E_INVALID_ENTRYID, "MAPI_E_INVALID_ENTRYID: no entry id",
-                                "RDOStore");
+}
+
+void Folder::SetFields(PropTag tag, const Value& value) {
+    requireId(tag, kSource);
+    if (PropId(tag) == PropId(PR_DISPLAY_NAME))
+        return SetName(value.text());
+    if (PropId(tag) == PropId(PR_CONTAINER_CLASS))
+        return setClass(value.text());
+    bool known = true;
+    computed(tag, known);
+    if (known)
+        Refuse(MAPI_E_COMPUTED, "The store itself computes that property.", kSource);
+    m_bag.Set(tag, value);
+}
+
+std::vector<PropTag> Folder::PropList() const {
+    std::vector<PropTag> tags = m_bag.Tags();
+    tags.insert(tags.end(), {PR_DISPLAY_NAME, PR_ENTRYID});
+    if (!m_class.empty())
+        tags.push_back(PR_CONTAINER_CLASS);
+    std::ranges::sort(tags);
+    return tags;
+}
+
+/// Runs a change of the folder's row that is written at once.
+template <class... Values>
+void Folder::update(const char* sql, const Values&... values) {
+    file().Write([&] {
+        const int64_t cn = m_session->LogChange(StoreChange::Folder, m_id, m_parent);
+        file().Run(sql, values..., cn, m_id);
+        if (sqlite3_changes(file().db()) == 0)
+            Refuse(MAPI_E_OBJECT_DELETED, "The folder has been deleted.", kSource);
+    });
+}
+
+void Folder::SetName(std::string_view name) {
+    if (name.empty())
+        Refuse(MAPI_E_INVALID_PARAMETER, "A folder needs a name.", kSource);
+    if (m_parent == 0)
+        Refuse(MAPI_E_NO_ACCESS, "A root folder can't be renamed.", kSource);
+    const std::string key = Fold(name);
+    file().Write([&] {
+        if (file().Number(0, "SELECT 1 FROM folder WHERE parent=? AND name_key=? AND id<>?",
+                          m_parent, key, m_id) != 0)
+            Refuse(MAPI_E_COLLISION, "There is a folder named " + std::string(name) + " already.",
+                   kSource);
+        update("UPDATE folder SET name=?,name_key=?,cn=? WHERE id=?", name, key);
+    });
+    m_name = name;
+}
+
+void Folder::setClass(const std::string& containerClass) {
+    update("UPDATE folder SET class=?,cn=? WHERE id=?", containerClass);
+    m_class = containerClass;
+}
+
+/// Long values stay in the row: nothing scans folders.
+void Folder::Save() {
+    std::string merged;
+    file().Write([&] {
+        {
+            Use row = file().Query("SELECT props FROM folder WHERE id=?", m_id);
+            if (!row->Step())
+                Refuse(MAPI_E_OBJECT_DELETED, "The folder has been deleted.", kSource);
+            merged = MergeChanges(row->Text(0), m_bag.Changes(), false);
         }
-        if (x->kind != y->kind || x->object != y->object)
-            return false;
-        return x->guid.empty() || y->guid.empty() || x->guid == y->guid;
-    }
-};
+        if (!m_bag.Changes().empty())
+            update("UPDATE folder SET props=?,cn=? WHERE id=?", Blob{merged});
+    });
+    m_bag.Load(std::move(merged));
+}
+
+void Folder::Delete() {
+    if (m_id == m_store->root || m_id == m_store->ipmRoot || m_number != 0)
+        Refuse(MAPI_E_NO_ACCESS,
+               "The folder " + m_name +
+                   " belongs to its store and can't be "
+                   "deleted.",
+               kSource);
+    file().Write([&] {
+        if (file().Number(0, "SELECT 1 FROM folder WHERE id=?", m_id) == 0)
+            Refuse(MAPI_E_OBJECT_DELETED, "The folder has been deleted.", kSource);
+        remove(m_id, m_parent);
+    });
+}
+
+void Folder::remove(int64_t folder, int64_t parent) {
+    const auto ids = [&](const char* sql, auto... values) {
+        std::vector<int64_t> found;
+        Use rows = file().Query(sql, values...);
+        while (rows->Step())
+            found.push_back(rows->Integer(0));
+        return found;
+    };
+    for (const int64_t child : ids("SELECT id FROM folder WHERE parent=?", folder))
+        remove(child, folder);
+    for (const int64_t message :
+         ids("SELECT id FROM msg WHERE id BETWEEN ? AND ?", ContentsRange(folder, false).first,
+             ContentsRange(folder, true).last))
+        DeleteMessage(*m_session, *m_store, message);
+    file().Run("DELETE FROM folder WHERE id=?", folder);
+    m_session->LogChange(StoreChange::Folder, folder, parent);
+}
 
 } // namespace
 
 RDOFolderPtr OpenFolder(const SessionPtr& session, int64_t id) {
-    return std::make_shared<Folder>(session, id);
-}
-
-RDOStorePtr OpenStore(const SessionPtr& session, int64_t id) {
-    return std::make_shared<Store>(session, id);
-}
-
-int64_t DefaultFolderId(StoreFile& file, int64_t store, int number) {
-    Use row(file.Sql("SELECT id FROM folder WHERE store=? AND number=?"));
-    row->Bind(1, store).Bind(2, number);
-    return row->Step() ? row->Integer(0) : 0;
-}
-
-int64_t AddFolder(StoreFile& file, int64_t store, int64_t parent, std::string_view name,
-                  std::string_view containerClass, int number) {
-    {
-        Use row(file.Sql("SELECT id FROM folder WHERE parent=? AND name_key=?"));
-        row->Bind(1, parent).Bind(2, Fold(name));
-        if (parent != 0 && row->Step())
-            return row->Integer(0);
-    }
-    const int64_t cn = file.LogChange(StoreChange::Folder, 0, parent);
-    file.Sql("INSERT INTO folder(store,parent,name,name_key,class,number,cn) VALUES(?,?,?,?,?,?,?)")
-        .Bind(1, store)
-        .Bind(2, parent)
-        .Bind(3, name)
-        // roots have no siblings to be told from
-        .Bind(4, parent == 0 ? "\x01" + std::to_string(cn) : Fold(name))
-        .Bind(5, containerClass)
-        .Bind(6, number)
-        .Bind(7, cn)
-        .Run();
-    const int64_t id = sqlite3_last_insert_rowid(file.db());
-    file.Sql("UPDATE change SET object=? WHERE cn=?").Bind(1, id).Bind(2, cn).Run();
-    return id;
+    const StoreRef store = session->file().StoreOfFolder(id);
+    if (!store)
+        Refuse(MAPI_E_NOT_FOUND, "The folder could not be found.", kSource);
+    return std::make_shared<Folder>(session, store, id);
 }
 
 } // namespace kr::sqlite

@@ -1,120 +1,88 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
-#include <vector>
 
 #include "platform/store/Store.h"
-#include "platform/store/sqlite/Blob.h"
-#include "platform/store/sqlite/Ids.h"
 #include "platform/store/sqlite/StoreFile.h"
 
 namespace kr::sqlite {
 
-/// What all objects of one session share.
-struct SessionState {
-    std::shared_ptr<StoreFile> file;
-    uint64_t number = 0; // of this session, in its short-term ids
-    int64_t mailbox = 0; // the logged-on mailbox's store
-    std::string address;
-    /// Cuts table texts, as other backends do; 0: whole values.
+[[noreturn]] inline void Refuse(long number, const std::string& words, const char* source) {
+    throw PlatformError(number, words, source);
+}
+
+/// What all objects of one session share. Logoff takes the file away, and every object of the
+/// session fails from then on.
+class SessionState {
+public:
+    SessionState(std::shared_ptr<StoreFile> file, StoreRef mailbox);
+
+    StoreFile& file() const {
+        if (!m_file)
+            Refuse(MAPI_E_CALL_FAILED, "The session has been logged off.", "RDOSession");
+        return *m_file;
+    }
+    const StoreRef& mailbox() const { return m_mailbox; }
+    /// In the log of changes, and in short-term ids.
+    int64_t number() const { return m_number; }
+    void Close() { m_file.reset(); }
+
+    int64_t LogChange(StoreChange::Kind kind, int64_t object, int64_t folder) {
+        return file().LogChange(m_number, kind, object, folder);
+    }
+    /// Nothing for what is no id, or is a short-term id of another session.
+    std::optional<ObjectId> Read(const EntryID& id) const;
+
+    /// Table texts are cut at so many characters, as other backends do; 0: whole values.
     size_t cutTexts = 0;
+
+private:
+    std::shared_ptr<StoreFile> m_file;
+    StoreRef m_mailbox;
+    int64_t m_number;
 };
 using SessionPtr = std::shared_ptr<SessionState>;
 
-/// Properties as read from a blob, with the changes made since; one value for each property id.
-class PropertyBag {
-public:
-    void Load(std::string_view blob);
-    /// nullptr when not set; for a long value kept outside `big` is true.
-    struct Stored {
-        PropTag tag = 0;
-        std::string payload;
-        bool big = false;
-        uint64_t bigLength = 0;
-    };
-    const Stored* Find(uint16_t id) const;
-    void Set(PropTag tag, const Value& value);
-    void Remove(uint16_t id);
-    std::vector<PropTag> Tags() const;
-    /// Ids changed or removed since the last load.
-    const std::set<uint16_t>& Changed() const { return m_changed; }
-    void ForgetChanges() { m_changed.clear(); }
-    /// Takes over this bag's changes into another one (the row as it is now).
-    void ApplyTo(PropertyBag& other) const;
-    /// The blob; values over kBigSize go to `big` and are removed from there when they shrank.
-    std::string Write(StoreFile& file, int64_t owner);
-
-private:
-    std::map<uint16_t, Stored> m_properties;
-    std::set<uint16_t> m_changed;
-};
-
-/// The properties of an object that lies in a store.
+/// The part of an object with properties that its store answers.
 template <class Interface>
-class StoredProperties : public Interface {
+class InStore : public Interface {
 public:
-    StoredProperties(SessionPtr session, int64_t store)
-        : m_session(std::move(session)), m_store(store) {}
+    InStore(SessionPtr session, StoreRef store)
+        : m_session(std::move(session)), m_store(std::move(store)) {}
 
-    PropTag GetIDsFromNames(std::string_view guid, std::string_view name) override;
+    PropTag GetIDsFromNames(std::string_view guid, std::string_view name) override {
+        return static_cast<PropTag>(file().names().Id(m_store->id, NameOfKey(guid, name), true))
+               << 16;
+    }
     std::optional<PropName> NameOf(PropTag tag) const override {
-        return m_session->file->NameOfId(m_store, PropId(tag));
+        return file().names().NameOf(m_store->id, PropId(tag));
     }
 
 protected:
-    StoreFile& file() const { return *m_session->file; }
-    const StoreRow& storeRow() const;
+    StoreFile& file() const { return m_session->file(); }
+    static void requireId(PropTag tag, const char* source) {
+        if (PropId(tag) == 0)
+            Refuse(MAPI_E_INVALID_PARAMETER, "The property has no id in this store.", source);
+    }
 
     SessionPtr m_session;
-    int64_t m_store;
+    StoreRef m_store;
 };
 
-/// The name behind the text of a key: "0x8051" is that number within the set.
-PropName NameOfKey(std::string_view guid, std::string_view name);
-
+/// Throws MAPI_E_NOT_FOUND when there is no such row.
 RDOMessagePtr OpenMessage(const SessionPtr& session, int64_t id);
-RDOMessagePtr NewMessage(const SessionPtr& session, int64_t folder, bool associated,
-                         std::string_view messageClass);
-/// A copy as a record of its own in that folder (0 for embedded ones); gives its row id.
-int64_t CopyMessage(StoreFile& file, int64_t from, int64_t folder);
-void DeleteMessage(StoreFile& file, int64_t id);
+/// An embedded message, whose named properties are those of the message around it.
+RDOMessagePtr OpenEmbedded(const SessionPtr& session, const StoreRef& store, int64_t id);
+RDOMessagePtr NewMessage(const SessionPtr& session, const StoreRef& store, int64_t folder,
+                         bool associated, std::string_view messageClass);
 RDOFolderPtr OpenFolder(const SessionPtr& session, int64_t id);
-RDOStorePtr OpenStore(const SessionPtr& session, int64_t id);
-MAPITablePtr OpenTable(const SessionPtr& session, int64_t folder, bool associated);
+RDOItemsPtr OpenItems(const SessionPtr& session, const StoreRef& store, int64_t folder,
+                      bool associated);
+RDOStorePtr OpenStore(const SessionPtr& session, const StoreRef& store);
+MAPITablePtr OpenTable(const SessionPtr& session, const StoreRef& store, int64_t folder,
+                       bool associated);
 AddressBookPtr OpenAddressBook(const SessionPtr& session);
-/// The default folder of that number in a store; 0 when it has none.
-int64_t DefaultFolderId(StoreFile& file, int64_t store, int number);
-/// A sub-folder; when the name exists, that one.
-int64_t AddFolder(StoreFile& file, int64_t store, int64_t parent, std::string_view name,
-                  std::string_view containerClass, int number = 0);
-/// Row ids of the mailbox inboxes behind an address entry, lists entered once.
-void CollectAddresses(const AddressEntryPtr& entry, std::set<std::string>& addresses,
-                      std::set<EntryID>& seen);
-
-inline int64_t NowTicks() {
-    const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 +
-           kFileTimeEpoch * kTicksPerSecond;
-}
-inline Time TimeOfTicks(int64_t ticks) {
-    return Time(std::chrono::seconds(ticks / kTicksPerSecond - kFileTimeEpoch));
-}
-
-template <class Interface>
-PropTag StoredProperties<Interface>::GetIDsFromNames(std::string_view guid, std::string_view name) {
-    return static_cast<PropTag>(file().NamedId(m_store, NameOfKey(guid, name), true)) << 16;
-}
-
-template <class Interface>
-const StoreRow& StoredProperties<Interface>::storeRow() const {
-    const StoreRow* row = file().StoreById(m_store);
-    if (!row)
-        throw PlatformError(MAPI_E_OBJECT_DELETED, "The store has been deleted.", "MessageStore");
-    return *row;
-}
 
 } // namespace kr::sqlite

@@ -1,8 +1,9 @@
 #include "platform/store/sqlite/Organisation.h"
 
-#include <sys/random.h>
-
 #include "core/Text.h"
+#include "platform/store/sqlite/Check.h"
+#include "platform/store/sqlite/PropertyBag.h"
+#include "platform/store/sqlite/Random.h"
 #include "platform/store/sqlite/Schema.h"
 #include "platform/store/sqlite/Session.h"
 
@@ -11,6 +12,9 @@ namespace kr {
 namespace {
 
 using namespace sqlite;
+
+constexpr const char* kSource = "Organisation";
+constexpr int64_t kNobody = 0; // origin of changes that no session made
 
 struct DefaultFolderRow {
     DefaultFolder number;
@@ -30,135 +34,111 @@ constexpr DefaultFolderRow kMailboxFolders[] = {
     {DefaultFolder::Drafts, "Drafts", "IPF.Note"},
 };
 
-std::string newGuid() {
-    std::string guid(16, '\0');
-    if (getrandom(guid.data(), guid.size(), 0) != static_cast<ssize_t>(guid.size()))
-        throw PlatformError(MAPI_E_CALL_FAILED, "The system gives no random numbers.",
-                            "Organisation");
-    return guid;
+std::optional<std::string> keyOf(std::string_view text) {
+    return text.empty() ? std::nullopt : std::optional(Fold(text));
+}
+
+int64_t addStore(StoreFile& file, bool isPublic, std::string_view name, std::string_view address,
+                 std::string_view alias) {
+    file.Run("INSERT INTO store(guid,kind,owner_name,address,address_key,alias_key,root,ipm_root,"
+             "props) VALUES(?,?,?,?,?,?,0,0,?)",
+             Blob{RandomBytes(16)}, isPublic ? 1 : 0, name, address, keyOf(address), keyOf(alias),
+             Blob{kEmptyBlob});
+    const int64_t store = sqlite3_last_insert_rowid(file.db());
+    const int64_t root = AddRootFolder(file, store, isPublic ? "Public Root" : "Root");
+    const int64_t ipm = AddFolder(file, kNobody, store, root,
+                                  isPublic ? "All Public Folders" : "Top of Information Store", "",
+                                  isPublic ? static_cast<int>(DefaultFolder::AllPublicFolders) : 0);
+    file.Run("UPDATE store SET root=?,ipm_root=? WHERE id=?", root, ipm, store);
+    if (!isPublic)
+        for (const DefaultFolderRow& row : kMailboxFolders)
+            AddFolder(file, kNobody, store, ipm, row.name, row.containerClass,
+                      static_cast<int>(row.number));
+    return store;
+}
+
+std::string propsOf(const NewAddressEntry& entry, const Strings& proxies) {
+    PropertyBag bag;
+    if (!proxies.empty())
+        bag.Set(PR_EMS_PROXY_ADDRESSES, proxies);
+    if (!entry.alias.empty())
+        bag.Set(PR_ACCOUNT, entry.alias);
+    for (const auto& [tag, value] : entry.properties)
+        bag.Set(tag, value);
+    return MergeChanges(kEmptyBlob, bag.Changes(), false);
+}
+
+void addEntry(StoreFile& file, const NewAddressEntry& entry) {
+    const std::string dnKey = Fold(entry.dn);
+    if (entry.dn.empty() || file.Number(0, "SELECT 1 FROM ab_entry WHERE dn_key=?", dnKey) != 0)
+        Refuse(MAPI_E_COLLISION, "There is an address entry " + entry.dn + " already.", kSource);
+    Strings proxies;
+    if (!entry.smtp.empty())
+        proxies.push_back("SMTP:" + entry.smtp); // upper-case marks the primary address
+    proxies.insert(proxies.end(), entry.proxies.begin(), entry.proxies.end());
+    file.Run("INSERT INTO ab_entry(dn,dn_key,display_type,name,name_key,alias_key,addrtype,address,"
+             "props) VALUES(?,?,?,?,?,?,'EX',?,?)",
+             entry.dn, dnKey, entry.displayType, entry.name, Fold(entry.name), Fold(entry.alias),
+             entry.smtp, Blob{propsOf(entry, proxies)});
+    const int64_t id = sqlite3_last_insert_rowid(file.db());
+    for (const std::string& proxy : proxies)
+        file.Run("INSERT OR IGNORE INTO ab_proxy(key,entry) VALUES(?,?)", Fold(Trim(proxy)), id);
+}
+
+int64_t entryOf(StoreFile& file, std::string_view dn) {
+    const int64_t id = file.Number(0, "SELECT id FROM ab_entry WHERE dn_key=?", Fold(dn));
+    if (id == 0)
+        Refuse(MAPI_E_NOT_FOUND, "There is no address entry " + std::string(dn) + ".", kSource);
+    return id;
 }
 
 } // namespace
 
 struct Organisation::Impl {
+    explicit Impl(const std::string& path) : file(std::make_shared<StoreFile>(path)) {}
+    /// What was begun and not committed is undone, also when sessions live on.
+    ~Impl() { file->Rollback(); }
     std::shared_ptr<StoreFile> file;
-
-    int64_t addStore(bool isPublic, std::string_view name, std::string_view address,
-                     std::string_view alias) {
-        file->Sql("INSERT INTO store(guid,kind,owner_name,address,address_key,alias_key,root,"
-                  "ipm_root) VALUES(?,?,?,?,?,?,0,0)")
-            .BindBlob(1, newGuid())
-            .Bind(2, isPublic ? 1 : 0)
-            .Bind(3, name)
-            .Bind(4, address)
-            .Bind(5, Fold(address))
-            .Bind(6, Fold(alias))
-            .Run();
-        const int64_t store = sqlite3_last_insert_rowid(file->db());
-        const int64_t root = AddFolder(*file, store, 0, isPublic ? "Root" : "", "");
-        const int64_t ipm = AddFolder(
-            *file, store, root, isPublic ? "All Public Folders" : "Top of Information Store", "",
-            isPublic ? static_cast<int>(DefaultFolder::AllPublicFolders) : 0);
-        file->Sql("UPDATE store SET root=?,ipm_root=? WHERE id=?")
-            .Bind(1, root)
-            .Bind(2, ipm)
-            .Bind(3, store)
-            .Run();
-        if (!isPublic)
-            for (const DefaultFolderRow& row : kMailboxFolders)
-                AddFolder(*file, store, ipm, row.name, row.containerClass,
-                          static_cast<int>(row.number));
-        file->ForgetStores();
-        return store;
-    }
-
-    void addProxy(std::string_view proxy, int64_t entry) {
-        file->Sql("INSERT OR IGNORE INTO ab_proxy VALUES(?,?)")
-            .Bind(1, Fold(proxy))
-            .Bind(2, entry)
-            .Run();
-    }
-
-    std::string propsOf(const NewAddressEntry& entry, const Strings& proxies) {
-        std::map<uint16_t, std::pair<PropTag, std::string>> sorted;
-        const auto put = [&](PropTag tag, const Value& value) {
-            sorted[PropId(tag)] = {MakeTag(PropId(tag), TypeOfValue(value)),
-                                   EncodePayload(TypeOf(tag), value)};
-        };
-        if (!proxies.empty())
-            put(PR_EMS_PROXY_ADDRESSES, proxies);
-        if (!entry.alias.empty())
-            put(PR_ACCOUNT, entry.alias);
-        for (const auto& [tag, value] : entry.properties)
-            put(tag, value);
-        std::vector<RawProperty> raw;
-        for (const auto& [id, property] : sorted)
-            raw.push_back({property.first, property.second, false, 0});
-        return WriteBlob(raw);
-    }
-
-    void addEntry(const NewAddressEntry& entry) {
-        Strings proxies;
-        if (!entry.smtp.empty())
-            proxies.push_back("SMTP:" + entry.smtp);
-        proxies.insert(proxies.end(), entry.proxies.begin(), entry.proxies.end());
-        file->Sql("INSERT INTO ab_entry(dn,dn_key,display_type,name,name_key,alias_key,addrtype,"
-                  "address,props) VALUES(?,?,?,?,?,?,'EX',?,?)")
-            .Bind(1, entry.dn)
-            .Bind(2, Fold(entry.dn))
-            .Bind(3, entry.displayType)
-            .Bind(4, entry.name)
-            .Bind(5, Fold(entry.name))
-            .Bind(6, Fold(entry.alias))
-            .Bind(7, entry.smtp)
-            .BindBlob(8, propsOf(entry, proxies))
-            .Run();
-        const int64_t id = sqlite3_last_insert_rowid(file->db());
-        for (const std::string& proxy : proxies)
-            addProxy(proxy, id);
-    }
-
-    int64_t entryOf(std::string_view dn) {
-        Use row(file->Sql("SELECT id FROM ab_entry WHERE dn_key=?"));
-        row->Bind(1, Fold(dn));
-        if (!row->Step())
-            throw PlatformError(MAPI_E_NOT_FOUND, "There is no address entry " + std::string(dn),
-                                "Organisation");
-        return row->Integer(0);
-    }
 };
 
-void Organisation::Create(const std::string& path) { StoreFile::Create(path); }
+void Organisation::Create(const std::string& path) { CreateStoreFile(path); }
 
-Organisation::Organisation(const std::string& path) : m_impl(std::make_unique<Impl>()) {
-    m_impl->file = StoreFile::Open(path);
-}
+Organisation::Organisation(const std::string& path) : m_impl(std::make_unique<Impl>(path)) {}
 
 Organisation::~Organisation() = default;
 
 void Organisation::AddMailbox(const NewAddressEntry& owner) {
-    m_impl->file->Write([&] {
-        m_impl->addStore(false, owner.name, owner.smtp, owner.alias);
-        m_impl->addEntry(owner);
+    StoreFile& file = *m_impl->file;
+    file.Write([&] {
+        if (file.Number(0, "SELECT 1 FROM store WHERE alias_key=?1 OR address_key=?2",
+                        Fold(owner.alias), Fold(owner.smtp)) != 0)
+            Refuse(MAPI_E_COLLISION,
+                   "There is a mailbox " + owner.alias + " <" + owner.smtp + "> already.", kSource);
+        addStore(file, false, owner.name, owner.smtp, owner.alias);
+        addEntry(file, owner);
     });
 }
 
 void Organisation::AddPublicStore(std::string_view name) {
-    m_impl->file->Write([&] { m_impl->addStore(true, name, "", ""); });
+    StoreFile& file = *m_impl->file;
+    file.Write([&] {
+        if (file.PublicStore())
+            Refuse(MAPI_E_COLLISION, "The organisation has public folders already.", kSource);
+        addStore(file, true, name, "", "");
+    });
 }
 
 void Organisation::AddEntry(const NewAddressEntry& entry) {
-    m_impl->file->Write([&] { m_impl->addEntry(entry); });
+    m_impl->file->Write([&] { addEntry(*m_impl->file, entry); });
 }
 
 void Organisation::AddMember(std::string_view listDn, std::string_view memberDn) {
-    m_impl->file->Write([&] {
-        m_impl->file
-            ->Sql("INSERT INTO ab_member SELECT ?1, coalesce(max(n),0)+1, ?2 FROM ab_member "
-                  "WHERE list=?1")
-            .Bind(1, m_impl->entryOf(listDn))
-            .Bind(2, m_impl->entryOf(memberDn))
-            .Run();
+    StoreFile& file = *m_impl->file;
+    file.Write([&] {
+        const int64_t list = entryOf(file, listDn);
+        file.Run("INSERT INTO ab_member(list,n,member) VALUES(?,?,?)", list,
+                 file.Number(0, "SELECT max(n) FROM ab_member WHERE list=?", list) + 1,
+                 entryOf(file, memberDn));
     });
 }
 
@@ -169,6 +149,6 @@ RDOSessionPtr Organisation::OpenSession(std::string_view alias) {
     return SessionOn(m_impl->file, alias);
 }
 
-std::vector<std::string> Organisation::Check() { return CheckStore(m_impl->file->db()); }
+std::vector<std::string> Organisation::Check() { return CheckStore(*m_impl->file); }
 
 } // namespace kr

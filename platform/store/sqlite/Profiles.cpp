@@ -1,4 +1,5 @@
 #include "core/Text.h"
+#include "platform/store/sqlite/Blob.h"
 #include "platform/store/sqlite/Session.h"
 #include "platform/store/sqlite/SqliteStore.h"
 
@@ -8,6 +9,7 @@ namespace kr::sqlite {
 
 namespace {
 
+constexpr const char* kSource = "ProfMan.Profiles";
 constexpr PropTag kUnresolvedName = 0x6607001E;
 constexpr PropTag kUnresolvedServer = 0x6608001E;
 
@@ -25,21 +27,39 @@ RegValue textValue(std::string_view text) {
     return value;
 }
 
+/// Texts, numbers, Booleans and binaries are what profiles hold.
 RegValue regOf(const Value& value) {
+    RegValue out;
     if (value.is<std::string>())
         return textValue(value.text());
-    RegValue number;
-    number.type = RegType::Dword;
-    number.number = static_cast<uint32_t>(value.integerOr(value.valueOr(false) ? 1 : 0));
-    return number;
+    if (const auto* bytes = value.get<Bytes>()) {
+        out.type = RegType::Binary;
+        out.bytes = *bytes;
+        return out;
+    }
+    if (!value.is<int32_t>() && !value.is<int16_t>() && !value.is<bool>())
+        Refuse(MAPI_E_INVALID_TYPE, "A profile can't hold a value of that type.", kSource);
+    out.type = RegType::Dword;
+    out.number = static_cast<uint32_t>(value.integerOr(value.valueOr(false) ? 1 : 0));
+    return out;
 }
 
-Value valueOf(const std::optional<RegValue>& value) {
+/// In the form that the tag names; empty for what is of another type.
+Value valueOf(const std::optional<RegValue>& value, PropType type) {
     if (!value)
         return {};
-    if (value->type == RegType::Dword)
-        return static_cast<int32_t>(value->number);
-    return value->text;
+    switch (value->type) {
+    case RegType::Dword: {
+        const auto number = static_cast<int32_t>(value->number);
+        if (type == PropType::Boolean)
+            return number != 0;
+        return ToType(Value(number), type).value_or(Value());
+    }
+    case RegType::Binary:
+        return ToType(Value(value->bytes), type).value_or(Value());
+    default:
+        return ToType(Value(value->text), type).value_or(Value());
+    }
 }
 
 class Profile : public MailProfile {
@@ -65,13 +85,13 @@ public:
     }
     void ConfigureService(const std::vector<std::pair<PropTag, Value>>& bag) override {
         if (m_service.empty())
-            throw PlatformError(MAPI_E_NOT_FOUND, "There is no service to configure.",
-                                "ProfMan.Profiles");
+            Refuse(MAPI_E_NOT_FOUND, "There is no service to configure.", kSource);
         for (const auto& [tag, value] : bag)
             write(tagName(tag), regOf(value));
     }
     Value SectionField(PropTag tag) const override {
-        return valueOf(m_registry.Read(Hive::CurrentUser, m_key + "\\Section", tagName(tag)));
+        return valueOf(m_registry.Read(Hive::CurrentUser, m_key + "\\Section", tagName(tag)),
+                       TypeOf(tag));
     }
     void SetSectionField(PropTag tag, const Value& value) override {
         m_registry.Write(Hive::CurrentUser, m_key + "\\Section", tagName(tag), regOf(value));
@@ -101,9 +121,8 @@ public:
     }
     MailProfilePtr Add(std::string_view name, bool isDefault) override {
         if (name.empty() || name.find('\\') != std::string_view::npos)
-            throw PlatformError(MAPI_E_CALL_FAILED,
-                                "\"" + std::string(name) + "\" can't be a profile's name.",
-                                "ProfMan.Profiles");
+            Refuse(MAPI_E_INVALID_PARAMETER,
+                   "\"" + std::string(name) + "\" can't be the name of a profile.", kSource);
         const std::string key = std::string(kProfilesKey) + "\\" + std::string(name);
         m_registry.CreateKey(Hive::CurrentUser, key);
         if (isDefault)

@@ -1,89 +1,110 @@
-#include "core/Text.h"
-#include "platform/store/sqlite/Objects.h"
+#include "platform/store/sqlite/PropertyBag.h"
+
+#include <algorithm>
+
+#include "platform/store/sqlite/Sqlite.h"
 
 namespace kr::sqlite {
 
-PropName NameOfKey(std::string_view guid, std::string_view name) {
-    PropName key;
-    key.guid = guid.empty() ? std::string(PS_PUBLIC_STRINGS) : ToUpper(guid);
-    const bool number = name.size() > 2 && name.starts_with("0x") &&
-                        name.find_first_not_of("0123456789abcdefABCDEF", 2) == std::string::npos;
-    key.byNumber = number;
-    if (number)
-        key.lid = static_cast<uint32_t>(std::stoul(std::string(name), nullptr, 16));
-    else
-        key.name = name;
-    return key;
+namespace {
+
+RawProperty rawOf(const PropertyChange& change, bool keepOutside) {
+    RawProperty property;
+    property.tag = change.tag;
+    property.payload = change.payload;
+    property.isLong = keepOutside && change.payload.size() > kLongSize;
+    property.length = change.payload.size();
+    return property;
 }
 
-void PropertyBag::Load(std::string_view blob) {
-    m_properties.clear();
-    m_changed.clear();
+} // namespace
+
+void RequireBlob(std::string_view blob) {
     BlobReader reader(blob);
-    for (RawProperty p; reader.Next(p);)
-        m_properties[PropId(p.tag)] = {p.tag, std::string(p.payload), p.big, p.bigLength};
+    for (RawProperty property; reader.Next(property);) {
+    }
+    if (reader.Bad())
+        throw PlatformError(MAPI_E_CORRUPT_STORE,
+                            "A record of the store file is damaged: its properties can't be read.",
+                            "MessageStore");
 }
 
-const PropertyBag::Stored* PropertyBag::Find(uint16_t id) const {
-    const auto it = m_properties.find(id);
-    return it == m_properties.end() ? nullptr : &it->second;
+bool FindProperty(std::string_view blob, uint16_t id, RawProperty& property) {
+    BlobReader reader(blob);
+    return reader.NextFrom(id, property) && PropId(property.tag) == id;
+}
+
+std::string MergeChanges(std::string_view blob, const std::vector<PropertyChange>& changes,
+                         bool keepOutside) {
+    BlobWriter writer;
+    BlobReader reader(blob);
+    auto change = changes.begin();
+    const auto addChangesBelow = [&](int id) {
+        for (; change != changes.end() && PropId(change->tag) < id; ++change)
+            if (!change->removed)
+                writer.Add(rawOf(*change, keepOutside));
+    };
+    for (RawProperty property; reader.Next(property);) {
+        addChangesBelow(PropId(property.tag));
+        if (change == changes.end() || PropId(change->tag) != PropId(property.tag))
+            writer.Add(property);
+    }
+    addChangesBelow(0x10000);
+    return writer.Take();
+}
+
+void PropertyBag::Load(std::string blob, std::map<uint16_t, std::string> longValues) {
+    RequireBlob(blob);
+    m_blob = std::move(blob);
+    m_long = std::move(longValues);
+    m_changes.clear();
+}
+
+Value PropertyBag::Get(PropTag tag) const {
+    const uint16_t id = PropId(tag);
+    const auto change =
+        std::ranges::find(m_changes, id, [](const auto& c) { return PropId(c.tag); });
+    if (change != m_changes.end())
+        return change->removed ? Value() : DecodePayload(TypeOf(change->tag), change->payload);
+    RawProperty property;
+    if (!FindProperty(m_blob, id, property))
+        return {};
+    if (!property.isLong)
+        return DecodePayload(TypeOf(property.tag), property.payload);
+    const auto found = m_long.find(id);
+    return found == m_long.end() ? Value() : DecodePayload(TypeOf(property.tag), found->second);
 }
 
 void PropertyBag::Set(PropTag tag, const Value& value) {
-    const uint16_t id = PropId(tag);
-    if (value.empty())
-        return Remove(id);
-    // what is stored is the value's own type; only the two text types count as one
-    PropType type = TypeOfValue(value);
-    if (type == PropType::Double && TypeOf(tag) == PropType::Double5)
-        type = PropType::Double5;
-    m_properties[id] = {MakeTag(id, type), EncodePayload(type, value), false, 0};
-    m_changed.insert(id);
-}
-
-void PropertyBag::Remove(uint16_t id) {
-    if (m_properties.erase(id) > 0)
-        m_changed.insert(id);
+    PropertyChange change;
+    change.tag = tag;
+    change.removed = value.empty();
+    if (!change.removed) {
+        const auto fitting = ToType(value, TypeOf(tag));
+        if (!fitting)
+            throw PlatformError(MAPI_E_INVALID_TYPE,
+                                "The value is not of the type that the property's tag names.",
+                                "MessageStore");
+        const PropType type =
+            TypeOf(tag) == PropType::Unspecified ? TypeOfValue(*fitting) : TypeOf(tag);
+        change.tag = MakeTag(PropId(tag), StoredType(type));
+        change.payload = EncodePayload(*fitting);
+    }
+    const auto place = std::ranges::lower_bound(m_changes, PropId(tag), {},
+                                                [](const auto& c) { return PropId(c.tag); });
+    if (place != m_changes.end() && PropId(place->tag) == PropId(tag))
+        *place = std::move(change);
+    else
+        m_changes.insert(place, std::move(change));
 }
 
 std::vector<PropTag> PropertyBag::Tags() const {
+    const std::string merged = m_changes.empty() ? m_blob : MergeChanges(m_blob, m_changes, true);
     std::vector<PropTag> tags;
-    for (const auto& [id, stored] : m_properties)
-        tags.push_back(stored.tag);
+    BlobReader reader(merged);
+    for (RawProperty property; reader.Next(property);)
+        tags.push_back(property.tag);
     return tags;
-}
-
-void PropertyBag::ApplyTo(PropertyBag& other) const {
-    for (const uint16_t id : m_changed) {
-        const Stored* stored = Find(id);
-        if (stored)
-            other.m_properties[id] = *stored;
-        else
-            other.m_properties.erase(id);
-        other.m_changed.insert(id);
-    }
-}
-
-std::string PropertyBag::Write(StoreFile& file, int64_t owner) {
-    for (const uint16_t id : m_changed) {
-        const auto it = m_properties.find(id);
-        file.Sql("DELETE FROM big WHERE owner=? AND tag=?").Bind(1, owner).Bind(2, id).Run();
-        if (it == m_properties.end() || it->second.payload.size() <= kBigSize)
-            continue;
-        Stored& stored = it->second;
-        file.Sql("INSERT INTO big VALUES(?,?,?)")
-            .Bind(1, owner)
-            .Bind(2, id)
-            .BindBlob(3, stored.payload)
-            .Run();
-        stored.big = true;
-        stored.bigLength = stored.payload.size();
-    }
-    std::vector<RawProperty> raw;
-    raw.reserve(m_properties.size());
-    for (const auto& [id, stored] : m_properties)
-        raw.push_back({stored.tag, stored.payload, stored.big, stored.bigLength});
-    return WriteBlob(raw);
 }
 
 } // namespace kr::sqlite

@@ -1,8 +1,8 @@
 #include "platform/store/sqlite/Session.h"
 
-#include <random>
-
 #include "core/Text.h"
+#include "platform/store/sqlite/AddressEntries.h"
+#include "platform/store/sqlite/ChangeListener.h"
 #include "platform/store/sqlite/SqliteStore.h"
 #include "platform/store/sqlite/TestSwitches.h"
 
@@ -10,42 +10,23 @@ namespace kr::sqlite {
 
 namespace {
 
-[[noreturn]] void refuse(const std::string& why) {
-    throw PlatformError(MAPI_E_LOGON_FAILED, why, "RDOSession");
-}
-
-[[noreturn]] void notFound(const char* what) {
-    throw PlatformError(MAPI_E_NOT_FOUND, what, "RDOSession");
-}
-
-/// The mailbox of an alias, an address (with or without "SMTP:") or a distinguished name.
-int64_t findMailbox(StoreFile& file, std::string_view name) {
-    std::string key = Fold(name);
-    if (key.starts_with("smtp:"))
-        key = key.substr(5);
-    if (const size_t cn = key.rfind("/cn="); cn != std::string::npos)
-        key = key.substr(cn + 4);
-    Use row(file.Sql("SELECT id FROM store WHERE kind=0 AND (address_key=?1 OR alias_key=?1)"));
-    row->Bind(1, key);
-    return row->Step() ? row->Integer(0) : 0;
-}
+constexpr const char* kSource = "RDOSession";
 
 class Stores : public RDOStores {
 public:
     explicit Stores(SessionPtr session) : m_session(std::move(session)) {}
-    RDOStorePtr DefaultStore() const override { return OpenStore(m_session, m_session->mailbox); }
+    RDOStorePtr DefaultStore() const override { return OpenStore(m_session, m_session->mailbox()); }
     RDOStorePtr PublicStore() const override {
-        for (const StoreRow& row : m_session->file->Stores())
-            if (row.isPublic)
-                return OpenStore(m_session, row.id);
-        notFound("The organisation has no public folders.");
+        const StoreRef store = m_session->file().PublicStore();
+        if (!store)
+            Refuse(MAPI_E_NOT_FOUND, "The organisation has no public folders.", kSource);
+        return OpenStore(m_session, store);
     }
     RDOFolderPtr AllPublicFolders() const override { return PublicStore()->IPMRootFolder(); }
     std::vector<RDOStorePtr> All() const override {
         std::vector<RDOStorePtr> all{DefaultStore()};
-        for (const StoreRow& row : m_session->file->Stores())
-            if (row.isPublic)
-                all.push_back(OpenStore(m_session, row.id));
+        if (const StoreRef store = m_session->file().PublicStore())
+            all.push_back(OpenStore(m_session, store));
         return all;
     }
 
@@ -57,46 +38,16 @@ class Session : public RDOSession {
 public:
     explicit Session(Registry* registry) : m_registry(registry) {}
 
-    void Open(std::shared_ptr<StoreFile> file, std::string_view mailbox) {
-        const int64_t store = findMailbox(*file, mailbox);
-        if (store == 0)
-            refuse("There is no mailbox named " + std::string(mailbox) + " on this server.");
-        auto state = std::make_shared<SessionState>();
-        std::random_device random;
-        state->number = static_cast<uint64_t>(random()) << 32 | random();
-        state->mailbox = store;
-        state->address = file->StoreById(store)->address;
-        state->file = std::move(file);
-        m_state = state;
-        m_stores = std::make_unique<sqlite::Stores>(m_state);
-    }
+    void Open(std::shared_ptr<StoreFile> file, std::string_view mailbox);
 
-    void Logon(std::string_view profile, std::string_view, bool, bool, int) override {
-        const auto logon = ReadProfile(*m_registry, profile);
-        if (!logon)
-            refuse("There is no mail profile named " + std::string(profile) + ".");
-        if (logon->mailbox.empty() || logon->server.empty())
-            refuse("The mail profile " + std::string(profile) + " names no mailbox and server.");
-        LogonExchangeMailbox(logon->mailbox, logon->server);
-    }
-
-    void LogonExchangeMailbox(std::string_view alias, std::string_view server) override {
-        Logoff();
-        const auto path = m_registry->Read(Hive::LocalMachine, kStoresKey, server);
-        if (!path || path->text.empty())
-            refuse("The server " + std::string(server) +
-                   " is not known. The name could not be resolved.");
-        try {
-            Open(StoreFile::Open(path->text), alias);
-        } catch (const PlatformError& e) {
-            if (e.number() == MAPI_E_LOGON_FAILED)
-                throw;
-            refuse("The server " + std::string(server) + " is not available. " + e.description());
-        }
-    }
-
+    void Logon(std::string_view profile, std::string_view password, bool showDialog,
+               bool newSession, int parentWindow) override;
+    void LogonExchangeMailbox(std::string_view alias, std::string_view server) override;
     bool LoggedOn() const override { return m_state != nullptr; }
     void Logoff() override {
+        if (m_state)
+            m_state->Close();
+        m_listener.reset();
         m_stores.reset();
         m_state.reset();
     }
@@ -104,7 +55,6 @@ public:
         state();
         return *m_stores;
     }
-
     RDOFolderPtr GetDefaultFolder(int number) override {
         state();
         if (number == static_cast<int>(DefaultFolder::AllPublicFolders))
@@ -120,92 +70,121 @@ public:
         return OpenFolder(state(), find(id, storeID, ObjectId::Folder));
     }
     RDOStorePtr GetStoreFromID(const EntryID& id) override {
-        const auto object = ReadId(id, state()->number);
-        const StoreRow* row = object && object->kind == ObjectId::Store
-                                  ? state()->file->StoreByGuid(object->guid)
-                                  : nullptr;
-        if (!row)
-            notFound("The store could not be found.");
-        return OpenStore(state(), row->id);
+        return OpenStore(state(), storeOf(id));
     }
     RDOStorePtr GetSharedMailbox(std::string_view address) override {
-        const int64_t store = findMailbox(*state()->file, address);
-        if (store == 0)
-            notFound("There is no mailbox of that address.");
+        const std::string plain(StartsWithNoCase(address, "smtp:") ? address.substr(5) : address);
+        const StoreRef store = state()->file().MailboxOfAddress(plain);
+        if (!store)
+            Refuse(MAPI_E_NOT_FOUND, "There is no mailbox with the address " + plain + ".",
+                   kSource);
         return OpenStore(state(), store);
     }
-    AddressEntryPtr CurrentUser() override {
-        const std::string address = state()->address;
-        for (const AddressRow& row : OpenAddressBook(state())->Search(address, 50))
-            if (EqualNoCase(row.smtp, address))
-                return OpenAddressBook(state())->GetAddressEntryFromID(row.id);
-        notFound("The mailbox has no address entry.");
-    }
+    AddressEntryPtr CurrentUser() override;
     std::string Version() const override {
-        return std::string("embedded store 1 (SQLite ") + sqlite3_libversion() + ")";
+        return std::string("Embedded store 1 (SQLite ") + sqlite3_libversion() + ")";
     }
-
     StoreChanges PollChanges() override {
-        StoreChanges changes;
-        StoreFile& file = *state()->file;
-        for (const auto& change : file.PollChanges(changes.reloadAll))
-            changes.changes.push_back(describe(file, change));
-        return changes;
+        state();
+        return m_listener->Poll();
     }
-    bool StillThere() override { return m_state && m_state->file->StillThere(); }
-
-    /// What all objects of the session share; throws before the logon.
+    /// Throws before the logon.
     const SessionPtr& State() const { return state(); }
+    bool StillThere() override { return m_state && m_state->file().StillThere(); }
 
 private:
     const SessionPtr& state() const {
         if (!m_state)
-            throw PlatformError(MAPI_E_CALL_FAILED, "The session is not logged on.", "RDOSession");
+            Refuse(MAPI_E_CALL_FAILED, "The session is not logged on.", kSource);
         return m_state;
     }
-
-    /// The object's row; without a store id, that of the logged-on mailbox is meant.
-    int64_t find(const EntryID& id, const EntryID& storeID, ObjectId::Kind kind) const {
-        const auto object = ReadId(id, state()->number);
-        if (!object || object->kind != kind)
-            notFound("The item could not be found.");
-        StoreFile& file = *m_state->file;
-        int64_t wanted = m_state->mailbox;
-        if (!storeID.empty()) {
-            const auto store = ReadId(storeID, m_state->number);
-            const StoreRow* row = store ? file.StoreByGuid(store->guid) : nullptr;
-            if (!row)
-                notFound("The store could not be found.");
-            wanted = row->id;
-        }
-        const int64_t folder =
-            kind == ObjectId::Folder ? object->object : MessageFolder(object->object);
-        const int64_t holds = folder == 0 ? wanted : file.StoreOfFolder(folder);
-        const StoreRow* row = file.StoreById(holds);
-        const bool foreign = row && !object->guid.empty() && row->guid != object->guid;
-        if (!row || foreign || holds != wanted)
-            notFound("The item could not be found.");
-        return object->object;
-    }
-
-    static StoreChange describe(StoreFile& file, const StoreFile::RawChange& change) {
-        StoreChange out;
-        out.kind = change.kind;
-        const bool isFolder = change.kind == StoreChange::Folder;
-        const StoreRow* store =
-            file.StoreById(file.StoreOfFolder(isFolder ? change.object : change.folder));
-        if (!store)
-            return out;
-        out.object = isFolder ? FolderId(store->guid, store->isPublic, change.object)
-                              : MessageId(store->guid, store->isPublic, change.object);
-        out.folder = FolderId(store->guid, store->isPublic, change.folder);
-        return out;
-    }
+    StoreRef storeOf(const EntryID& id) const;
+    int64_t find(const EntryID& id, const EntryID& storeID, ObjectId::Kind kind) const;
 
     Registry* m_registry;
     SessionPtr m_state;
     std::unique_ptr<sqlite::Stores> m_stores;
+    std::unique_ptr<ChangeListener> m_listener;
 };
+
+[[noreturn]] void refuseLogon(const std::string& why) { Refuse(MAPI_E_LOGON_FAILED, why, kSource); }
+
+void Session::Open(std::shared_ptr<StoreFile> file, std::string_view mailbox) {
+    const StoreRef store = file->FindMailbox(mailbox);
+    if (!store || store->isPublic)
+        refuseLogon("There is no mailbox named " + std::string(mailbox) + " on this server.");
+    m_state = std::make_shared<SessionState>(std::move(file), store);
+    m_stores = std::make_unique<sqlite::Stores>(m_state);
+    m_listener = std::make_unique<ChangeListener>(m_state);
+}
+
+void Session::Logon(std::string_view profile, std::string_view, bool, bool, int) {
+    const auto logon = ReadProfile(*m_registry, profile);
+    if (!logon)
+        refuseLogon("There is no mail profile named " + std::string(profile) + ".");
+    if (logon->mailbox.empty() || logon->server.empty())
+        refuseLogon("The mail profile " + std::string(profile) + " names no mailbox or no server.");
+    LogonExchangeMailbox(logon->mailbox, logon->server);
+}
+
+void Session::LogonExchangeMailbox(std::string_view alias, std::string_view server) {
+    Logoff();
+    if (!m_registry)
+        refuseLogon("This session knows no servers.");
+    if (alias.empty() || server.empty())
+        refuseLogon("A logon needs the alias of a mailbox and the name of a server.");
+    const auto path = m_registry->Read(Hive::LocalMachine, kStoresKey, server);
+    if (!path || path->text.empty())
+        refuseLogon("The server " + std::string(server) +
+                    " is not known. The name could not be resolved.");
+    try {
+        Open(std::make_shared<StoreFile>(path->text), alias);
+    } catch (const PlatformError& e) {
+        if (e.number() == MAPI_E_LOGON_FAILED)
+            throw;
+        refuseLogon("The server " + std::string(server) + " is not available. " + e.description());
+    }
+}
+
+AddressEntryPtr Session::CurrentUser() {
+    StoreFile& file = state()->file();
+    const StoreRef mailbox = m_state->mailbox();
+    const int64_t entry = file.Number(
+        0,
+        "SELECT e.id FROM store s JOIN ab_entry e ON e.alias_key=s.alias_key WHERE s.id=? "
+        "ORDER BY e.display_type,e.id LIMIT 1",
+        mailbox->id);
+    if (entry == 0)
+        Refuse(MAPI_E_NOT_FOUND, "The mailbox has no address entry.", kSource);
+    return OpenEntry(m_state, entry);
+}
+
+StoreRef Session::storeOf(const EntryID& id) const {
+    const auto object = ReadId(id);
+    const StoreRef store = object && object->kind == ObjectId::Store
+                               ? state()->file().StoreByGuid(object->guid)
+                               : nullptr;
+    if (!store)
+        Refuse(MAPI_E_NOT_FOUND, "The store could not be found.", kSource);
+    return store;
+}
+
+/// The row that an id names; an id of another store than the one asked is not found in it.
+int64_t Session::find(const EntryID& id, const EntryID& storeID, ObjectId::Kind kind) const {
+    const auto object = state()->Read(id);
+    const StoreRef wanted = storeID.empty() ? m_state->mailbox() : storeOf(storeID);
+    if (!object || object->kind != kind || object->guid != wanted->guid)
+        Refuse(MAPI_E_NOT_FOUND,
+               std::string("The ") + (kind == ObjectId::Folder ? "folder" : "message") +
+                   " could not be found.",
+               kSource);
+    const int64_t folder =
+        kind == ObjectId::Folder ? object->object : MessageFolder(object->object);
+    const StoreRef holder = m_state->file().StoreOfFolder(folder);
+    if (!holder || holder->id != wanted->id)
+        Refuse(MAPI_E_NOT_FOUND, "The folder could not be found.", kSource);
+    return object->object;
+}
 
 class Library : public StoreLibrary {
 public:
@@ -221,8 +200,8 @@ SessionState& stateOf(RDOSession& session) { return *dynamic_cast<Session&>(sess
 
 } // namespace
 
-void CutTableTexts(RDOSession& session, size_t bytes) { stateOf(session).cutTexts = bytes; }
-void KeepChanges(RDOSession& session, int64_t count) { stateOf(session).file->KeepChanges(count); }
+void CutTableTexts(RDOSession& session, size_t count) { stateOf(session).cutTexts = count; }
+void KeepChanges(RDOSession& session, int64_t count) { stateOf(session).file().KeepChanges(count); }
 
 RDOSessionPtr SessionOn(std::shared_ptr<StoreFile> file, std::string_view alias) {
     auto session = std::make_shared<Session>(nullptr);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "platform/registry/Registry.h"
 #include "platform/store/sqlite/Objects.h"
@@ -14,11 +16,12 @@ RDOSessionPtr SessionOn(std::shared_ptr<StoreFile> file, std::string_view alias)
 RDOSessionPtr NewSession(Registry& registry);
 
 std::shared_ptr<MailProfiles> OpenProfiles(Registry& registry);
-/// What a profile says of its mailbox and server; nothing when there is no such profile.
+/// What a profile says of its mailbox and server.
 struct ProfileLogon {
     std::string mailbox;
     std::string server;
 };
+/// Nothing when there is no such profile.
 std::optional<ProfileLogon> ReadProfile(Registry& registry, std::string_view name);
 
 } // namespace kr::sqlite

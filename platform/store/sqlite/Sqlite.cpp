@@ -1,6 +1,7 @@
 #include "platform/store/sqlite/Sqlite.h"
 
 #include <cerrno>
+#include <cstring>
 
 #include "platform/store/Store.h"
 
@@ -8,107 +9,90 @@ namespace kr::sqlite {
 
 namespace {
 
-long numberOf(int code) {
-    switch (code) {
+struct Meaning {
+    long number;
+    std::string words;
+};
+
+bool diskFull(int code, int systemError) {
+    return (code & 0xFF) == SQLITE_FULL ||
+           ((code & 0xFF) == SQLITE_IOERR &&
+            (systemError == ENOSPC || systemError == EDQUOT || systemError == EFBIG));
+}
+
+Meaning cannotOpen(int systemError) {
+    const bool denied = systemError == EACCES || systemError == EPERM || systemError == EROFS;
+    const char* why = systemError ? std::strerror(systemError) : "its folder may be read-only";
+    return {denied || systemError == 0 ? MAPI_E_NO_ACCESS : MAPI_E_NOT_FOUND,
+            std::string(" can't be opened: ") + why + "."};
+}
+
+/// A failing commit leaves the system's error in errno alone.
+Meaning meaningOf(sqlite3* db, int code, int lastError) {
+    const int told = db ? sqlite3_system_errno(db) : 0;
+    const int systemError = told != 0 ? told : lastError;
+    const std::string detail = db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+    if (diskFull(code, systemError))
+        return {MAPI_E_NOT_ENOUGH_DISK, " can't grow: the disk is full. Nothing was changed."};
+    switch (code & 0xFF) {
     case SQLITE_NOTADB:
+        return {MAPI_E_CORRUPT_STORE, ": the file is not a message store."};
     case SQLITE_CORRUPT:
-        return MAPI_E_CORRUPT_STORE;
-    case SQLITE_FULL:
-        return MAPI_E_NOT_ENOUGH_DISK;
+        return {MAPI_E_CORRUPT_STORE,
+                " is damaged (" + detail + "). Put a copy from a backup in its place."};
     case SQLITE_READONLY:
+        return {MAPI_E_NO_ACCESS,
+                code == SQLITE_READONLY_DBMOVED
+                    ? " has been moved or removed while it was open."
+                    : " can't be written: the file or its folder is read-only for this user."};
     case SQLITE_PERM:
     case SQLITE_AUTH:
-        return MAPI_E_NO_ACCESS;
+        return {MAPI_E_NO_ACCESS, " can't be used: access is denied."};
     case SQLITE_CANTOPEN:
-        return MAPI_E_NOT_FOUND;
-    default:
-        return MAPI_E_CALL_FAILED;
-    }
-}
-
-/// The system's own number. A failed commit doesn't pass it on: it stays with the log's file.
-int systemError(sqlite3* db, int code) {
-    sqlite3_file* log = nullptr;
-    int error = 0;
-    if (code == SQLITE_IOERR_WRITE &&
-        sqlite3_file_control(db, "main", SQLITE_FCNTL_JOURNAL_POINTER, &log) == SQLITE_OK && log &&
-        log->pMethods)
-        log->pMethods->xFileControl(log, SQLITE_FCNTL_LAST_ERRNO, &error);
-    return error != 0 ? error : sqlite3_system_errno(db);
-}
-
-/// The main result; what the system said tells a full disk and a missing right from other faults.
-int meaningOf(sqlite3* db, int code) {
-    const int main = code & 0xFF;
-    if (!db || (main != SQLITE_IOERR && main != SQLITE_CANTOPEN))
-        return main;
-    switch (systemError(db, code)) {
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-        return SQLITE_FULL;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        return SQLITE_PERM;
-    default:
-        return main;
-    }
-}
-
-std::string wordsOf(sqlite3* db, int code) {
-    switch (code) {
-    case SQLITE_NOTADB:
-        return "the file is not a message store";
-    case SQLITE_CORRUPT:
-        return "the message store is damaged";
-    case SQLITE_FULL:
-        return "the disk is full";
-    case SQLITE_READONLY:
-    case SQLITE_PERM:
-    case SQLITE_AUTH:
-        return "the message store can't be written";
-    case SQLITE_CANTOPEN:
-        return "the message store can't be opened";
+        return cannotOpen(systemError);
     case SQLITE_BUSY:
-        return "the message store is in use by another program";
+    case SQLITE_LOCKED:
+        return {MAPI_E_BUSY, " is in use: another program keeps it locked."};
     case SQLITE_IOERR:
-        return "the message store can't be read or written (" +
-               std::string(db ? sqlite3_errmsg(db) : "disk error") + ")";
+        return {MAPI_E_DISK_ERROR, " can't be read or written (" + detail + ")."};
+    case SQLITE_NOMEM:
+        return {MAPI_E_NOT_ENOUGH_MEMORY, " can't be read: there is not enough memory."};
     default:
-        return db ? sqlite3_errmsg(db) : sqlite3_errstr(code);
+        return {MAPI_E_CALL_FAILED, " refused an operation (" + detail + ")."};
     }
 }
 
 } // namespace
 
-void Fail(sqlite3* db, int code, const std::string& what) {
-    const int meaning = meaningOf(db, code);
-    throw PlatformError(numberOf(meaning), what + ": " + wordsOf(db, meaning), "MessageStore");
+void Fail(sqlite3* db, int code, const std::string& path) {
+    const Meaning meaning = meaningOf(db, code, errno);
+    const char* name = db ? sqlite3_db_filename(db, "main") : nullptr;
+    const std::string file = path.empty() && name ? std::string(name) : path;
+    throw PlatformError(meaning.number, "The store file " + file + meaning.words, "MessageStore");
 }
 
-Statement::Statement(sqlite3* db, std::string_view sql) : m_db(db) {
-    const int rc = sqlite3_prepare_v3(db, sql.data(), static_cast<int>(sql.size()),
-                                      SQLITE_PREPARE_PERSISTENT, &m_statement, nullptr);
+Statement::Statement(sqlite3* db, const char* sql) {
+    const int rc =
+        sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &m_statement, nullptr);
     if (rc != SQLITE_OK)
-        Fail(db, rc, "Message store");
+        Fail(db, rc);
 }
 
-Statement& Statement::Bind(int index, int64_t value) {
-    sqlite3_bind_int64(m_statement, index, value);
-    return *this;
+void Statement::Bind(int index, std::string_view text) {
+    sqlite3_bind_text64(m_statement, index, text.data() ? text.data() : "", text.size(),
+                        SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
-Statement& Statement::Bind(int index, std::string_view text) {
-    sqlite3_bind_text(m_statement, index, text.data() ? text.data() : "",
-                      static_cast<int>(text.size()), SQLITE_TRANSIENT);
-    return *this;
+void Statement::Bind(int index, Blob blob) {
+    sqlite3_bind_blob64(m_statement, index, blob.bytes.data() ? blob.bytes.data() : "",
+                        blob.bytes.size(), SQLITE_TRANSIENT);
 }
 
-Statement& Statement::BindBlob(int index, std::string_view bytes) {
-    sqlite3_bind_blob64(m_statement, index, bytes.data() ? bytes.data() : "", bytes.size(),
-                        SQLITE_TRANSIENT);
-    return *this;
+void Statement::Bind(int index, const std::optional<std::string>& text) {
+    if (text)
+        Bind(index, std::string_view(*text));
+    else
+        sqlite3_bind_null(m_statement, index);
 }
 
 bool Statement::Step() {
@@ -117,20 +101,9 @@ bool Statement::Step() {
         return true;
     if (rc == SQLITE_DONE)
         return false;
-    sqlite3_reset(m_statement);
-    Fail(m_db, rc, "Message store");
-}
-
-void Statement::Run() {
-    while (Step()) {
-    }
-    Reset();
-}
-
-std::string_view Statement::Text(int column) const {
-    const void* bytes = sqlite3_column_blob(m_statement, column);
-    const int size = sqlite3_column_bytes(m_statement, column);
-    return {static_cast<const char*>(bytes), static_cast<size_t>(bytes ? size : 0)};
+    sqlite3* db = sqlite3_db_handle(m_statement);
+    const int code = sqlite3_extended_errcode(db);
+    Fail(db, (code & 0xFF) == (rc & 0xFF) ? code : rc);
 }
 
 } // namespace kr::sqlite

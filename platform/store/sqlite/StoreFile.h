@@ -1,18 +1,16 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
 #include "platform/store/Store.h"
-#include "platform/store/sqlite/Sqlite.h"
-#include "platform/store/sqlite/WriteQueue.h"
+#include "platform/store/sqlite/Connection.h"
+#include "platform/store/sqlite/Ids.h"
+#include "platform/store/sqlite/Names.h"
 
 namespace kr::sqlite {
 
@@ -25,119 +23,68 @@ struct StoreRow {
     std::string address;
     int64_t root = 0;
     int64_t ipmRoot = 0;
-};
 
-/// What a message's row id holds: folder << 41 | associated << 40 | sequence.
-constexpr int kFolderShift = 41;
-constexpr int64_t kAssociatedBit = int64_t{1} << 40;
-constexpr int64_t kSequenceMask = kAssociatedBit - 1;
-constexpr int64_t MessageFolder(int64_t id) { return id >> kFolderShift; }
-/// First and last row id of one side of a folder.
-struct IdRange {
-    int64_t first = 0;
-    int64_t last = 0;
+    EntryID ID() const { return IdOf(StoreIdBytes(guid, isPublic)); }
+    EntryID FolderID(int64_t folder) const { return IdOf(FolderIdBytes(guid, isPublic, folder)); }
+    EntryID MessageID(int64_t message) const {
+        return IdOf(MessageIdBytes(guid, isPublic, message));
+    }
 };
-constexpr IdRange ContentsRange(int64_t folder, bool associated) {
-    const int64_t base = folder << kFolderShift | (associated ? kAssociatedBit : 0);
-    return {base, base | kSequenceMask};
-}
+using StoreRef = std::shared_ptr<const StoreRow>;
 
-/// A connection to the file of an organisation, with the rules that all its users keep: own busy
-/// handler, write-ahead log with FULL synchronisation, checkpoints by the commit hook, every write
-/// begun as IMMEDIATE. All objects of one session share it.
-class StoreFile : public std::enable_shared_from_this<StoreFile> {
+/// An open store file: the connection, and in memory what rarely or never changes in it.
+class StoreFile : public Connection {
 public:
-    static void Create(const std::string& path);
-    static std::shared_ptr<StoreFile> Open(const std::string& path);
-    ~StoreFile();
-    StoreFile(const StoreFile&) = delete;
-    StoreFile& operator=(const StoreFile&) = delete;
+    /// Brings an older layout to the present one. Throws as Connection and CheckLayout do.
+    explicit StoreFile(const std::string& path);
 
-    sqlite3* db() { return m_db; }
-    const std::string& path() const { return m_path; }
-    /// A statement prepared once; use it through Use so that it is reset.
-    Statement& Sql(std::string_view text);
-    /// Runs the change in one transaction, wholly or not at all; within Begin and Commit it joins
-    /// that, and a failing change takes back its own part only.
-    void Write(const std::function<void()>& change);
-    void Begin();
-    void Commit();
+    /// All stores of the file, those first that were made first.
+    std::vector<StoreRef> Stores();
+    StoreRef StoreById(int64_t id);
+    StoreRef StoreByGuid(std::string_view guid);
+    /// The store that holds a folder; nullptr when there is no such folder.
+    StoreRef StoreOfFolder(int64_t folder);
+    StoreRef PublicStore();
+    /// The mailbox of an alias, an address (with or without "SMTP:") or a distinguished name.
+    StoreRef FindMailbox(std::string_view name);
+    /// The mailbox of an address, also of a further one.
+    StoreRef MailboxOfAddress(std::string_view address);
 
-    /// Adds a row to the change log and gives its number.
-    int64_t LogChange(StoreChange::Kind kind, int64_t object, int64_t folder);
-
-    const std::vector<StoreRow>& Stores();
-    const StoreRow* StoreById(int64_t id);
-    const StoreRow* StoreByGuid(std::string_view guid);
-    void ForgetStores() { m_stores.clear(); }
-    /// How many rows of the change log stay when it is pruned.
-    void KeepChanges(int64_t count) { m_keptChanges = count; }
-    /// The store that holds a folder; 0 when there is no such folder.
-    int64_t StoreOfFolder(int64_t folder);
-
+    /// The number of a message class, made when missing.
     int64_t ClassId(std::string_view name);
     const std::string& ClassName(int64_t id);
 
-    /// The id of a named property; 0 when missing and it can't or may not be created.
-    uint16_t NamedId(int64_t store, const PropName& name, bool create);
-    std::optional<PropName> NameOfId(int64_t store, uint16_t id);
-    /// True for the properties that the hashed index serves.
-    bool IsIndexed(int64_t store, uint16_t id);
+    Names& names() { return m_names; }
 
-    /// Changes of others since the last call.
-    struct RawChange {
-        StoreChange::Kind kind;
-        int64_t object;
-        int64_t folder;
-    };
-    std::vector<RawChange> PollChanges(bool& reloadAll);
-    bool StillThere() const;
+    /// The number that the next change gets; only within Write.
+    int64_t NextChange();
+    /// Adds a row to the log of changes and gives its number. `origin` tells sessions apart.
+    int64_t LogChange(int64_t origin, StoreChange::Kind kind, int64_t object, int64_t folder);
+    void KeepChanges(int64_t count) { m_kept = count; }
+    /// Counts the changes made through this connection.
+    uint64_t Logged() const { return m_logged; }
 
 private:
-    struct NamedMaps;
-    StoreFile();
-    void open(const std::string& path);
-    void configure();
-    void checkpoint();
-    void rollBack();
-    void forgetNames();
-    void join(const std::function<void()>& change);
-    void prune(int64_t newest);
-    NamedMaps& named(int64_t store);
-    void readNamed(int64_t store, NamedMaps& maps);
-    static int onBusy(void* self, int count);
-    static int onCommit(void* self, sqlite3*, const char*, int frames);
+    void forget();
+    StoreRef find(const std::function<bool(const StoreRow&)>& wanted);
+    void readStores();
 
-    std::string m_path;
-    sqlite3* m_db = nullptr;
-    std::unique_ptr<WriteQueue> m_queue;
-    struct TextHash {
-        using is_transparent = void;
-        size_t operator()(std::string_view text) const {
-            return std::hash<std::string_view>{}(text);
-        }
-    };
-    std::unordered_map<std::string, std::unique_ptr<Statement>, TextHash, std::equal_to<>>
-        m_statements;
-    std::vector<StoreRow> m_stores;
-    std::unordered_map<int64_t, int64_t> m_folderStores;
+    std::vector<StoreRef> m_stores;
+    std::unordered_map<int64_t, StoreRef> m_folderStores;
     std::map<std::string, int64_t, std::less<>> m_classIds;
     std::unordered_map<int64_t, std::string> m_classNames;
-    std::unordered_map<int64_t, std::unique_ptr<NamedMaps>> m_named;
-    int64_t m_origin = 0;
-    int64_t m_lastSeen = 0;
-    int64_t m_dataVersion = -1;
-    int m_frames = 0;       // in the log after the last commit
-    int m_checkpointed = 0; // of these at the last checkpoint
-    int m_depth = 0;
-    bool m_inCheckpoint = false;
-    int64_t m_keptChanges;
-    std::chrono::steady_clock::time_point m_busySince;
-    std::string m_uncommittedClass; // read inside a transaction that may be taken back
-    uint64_t m_inode = 0;
+    Names m_names{*this};
+    uint64_t m_logged = 0;
+    int64_t m_kept = 100'000; // rows of the log of changes
 };
 
-/// The key of the hashed index: 64 bits over the folded value. Part of the file's format.
-int64_t IndexKey(std::string_view text);
+/// The default folder of that number in a store; 0 when it has none.
+int64_t DefaultFolderId(StoreFile& file, int64_t store, int number);
+/// A sub-folder; when the name exists, that one. `number` marks a default folder. Only within
+/// Write. Throws MAPI_E_OBJECT_DELETED when the parent is gone.
+int64_t AddFolder(StoreFile& file, int64_t origin, int64_t store, int64_t parent,
+                  std::string_view name, std::string_view containerClass, int number = 0);
+/// A folder without a parent.
+int64_t AddRootFolder(StoreFile& file, int64_t store, std::string_view name);
 
 } // namespace kr::sqlite
