@@ -13,7 +13,12 @@
 #include "console/forms/frmFleetMain.h"
 #include "console/forms/frmLogon.h"
 #include "console/kinds/FixedKinds.h"
+#include "contacts/ContactKinds.h"
+#include "contacts/forms/MakeContactForms.h"
 #include "core/Version.h"
+#include "hosts/HostKinds.h"
+#include "hosts/forms/MakeHostForms.h"
+#include "platform/database/Provider.h"
 #include "platform/directory/ldap/LdapDirectory.h"
 #include "platform/events/epoll/EpollEvents.h"
 #include "platform/events/qt/QtEventsBridge.h"
@@ -67,14 +72,20 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
     m_services = MakeLocalServices(*m_events);
     m_directory = MakeLdapDirectory(*m_registry, *m_events, idle);
     m_shell = MakeXdgShell(*m_events, idle);
-    m_platform = std::make_unique<Platform>(Platform{*m_store, *m_registry, *m_ui, *m_events,
-                                                     *m_services, *m_directory, *m_shell, m_clock});
+    m_database = MakeDatabaseProvider(*m_events);
+    m_platform =
+        std::make_unique<Platform>(Platform{*m_store, *m_registry, *m_ui, *m_events, *m_services,
+                                            *m_directory, *m_shell, *m_database, m_clock});
     m_session = std::make_unique<AgentSession>(*m_platform, options.logPath);
     m_main = std::make_unique<frmFleetMain>(*m_session);
     m_ui->SetMainWindow(m_main.get());
     m_ui->SetStatus({[this](std::string_view text) { m_main->SetStatus(text); },
                      [this](int64_t done, int64_t total) { m_main->SetProgress(done, total); }});
     RegisterFixedKinds(m_main->console());
+    const auto over = [this] { return m_ui->DialogParent(); };
+    RegisterHostKinds(m_main->console(), MakeHostForms(*m_session, over));
+    RegisterContactKinds(m_main->console(),
+                         MakeContactForms(*m_session, m_main->console().tree(), over));
     registerDialogs();
     registerForms();
 }

@@ -8,6 +8,7 @@
 #include "core/EntryID.h"
 #include "core/Log.h"
 #include "core/Recordset.h"
+#include "platform/database/Database.h"
 #include "platform/directory/Directory.h"
 #include "platform/events/Events.h"
 #include "platform/registry/Registry.h"
@@ -27,6 +28,7 @@ struct Platform {
     Services& services;
     DirectoryProvider& directory;
     Shell& shell;
+    DatabaseProvider& database;
     const Clock& clock;
 };
 

@@ -65,7 +65,7 @@ protected:
     void use(kr::DirectoryProvider& directory) {
         const kr::Platform& p = *m_world.platform;
         m_platform = std::make_unique<kr::Platform>(kr::Platform{
-            p.store, p.registry, p.ui, p.events, p.services, directory, p.shell, p.clock});
+            p.store, p.registry, p.ui, p.events, p.services, directory, p.shell, p.database, p.clock});
         m_session = std::make_unique<kr::AgentSession>(*m_platform, m_world.logPath());
     }
     kr::AgentSession& session() { return *m_session; }

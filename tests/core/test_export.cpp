@@ -14,6 +14,7 @@
 #include "core/basListView.h"
 #include "platform/events/epoll/EpollEvents.h"
 #include "platform/registry/regfile/RegFileRegistry.h"
+#include "tests/fakes/FakeDatabase.h"
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/ScriptedUi.h"
 
@@ -40,7 +41,7 @@ protected:
         registry = MakeRegFileRegistry(m_folder + "/user", m_folder + "/machine");
         events = MakeEpollEvents();
         platform = std::make_unique<Platform>(
-            Platform{store, *registry, ui, *events, services, directory, shell, clock});
+            Platform{store, *registry, ui, *events, services, directory, shell, database, clock});
         session = std::make_unique<AgentSession>(*platform, m_folder + "/KR-Admin.log");
         list.SetColumns({{"Name", "name"},
                          {"Last Update, UTC", "datLast"},
@@ -76,6 +77,7 @@ protected:
     FakeServices services;
     FakeDirectory directory;
     FakeShell shell;
+    FakeDatabase database;
     SettableClock clock;
     std::unique_ptr<Platform> platform;
     std::unique_ptr<AgentSession> session;

@@ -94,6 +94,15 @@ void FakeServices::Stop(std::string_view host, std::string_view,
     done(0, {});
 }
 
+void FakeServices::Kill(std::string_view host, std::string_view, std::string_view program,
+                        std::function<void(bool)> done) {
+    const std::string name = bare(host) + "/" + std::string(program);
+    const bool runs = std::erase(processes, name) > 0;
+    if (runs)
+        killed.push_back(name);
+    done(runs);
+}
+
 void FakeServices::Control(std::string_view host, std::string_view service, int code) {
     sent.push_back({bare(host), std::string(service), code});
 }

@@ -45,6 +45,10 @@ public:
     void Stop(std::string_view host, std::string_view service,
               std::function<void(long, const std::string&)> done) override;
     void Control(std::string_view host, std::string_view service, int code) override;
+    /// By "host/program".
+    std::vector<std::string> processes, killed;
+    void Kill(std::string_view host, std::string_view service, std::string_view program,
+              std::function<void(bool)> done) override;
     bool Busy() const override { return false; }
 };
 

@@ -45,7 +45,7 @@ World::World() {
     events = MakeEpollEvents();
     shell.tempFolder = m_folder;
     platform = std::make_unique<Platform>(
-        Platform{*store, *registry, ui, *events, services, directory, shell, clock});
+        Platform{*store, *registry, ui, *events, services, directory, shell, database, clock});
     session = std::make_unique<AgentSession>(*platform, logPath());
 }
 

@@ -5,6 +5,7 @@
 
 #include "core/AgentSession.h"
 #include "platform/store/sqlite/Organisation.h"
+#include "tests/fakes/FakeDatabase.h"
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/ScriptedUi.h"
 
@@ -50,6 +51,7 @@ public:
     FakeServices services;
     FakeDirectory directory;
     FakeShell shell;
+    FakeDatabase database;
     SettableClock clock;
     std::unique_ptr<Platform> platform;
     std::unique_ptr<AgentSession> session;

@@ -1,0 +1,7 @@
+#include "contacts/forms/MakeContactForms.h"
+
+namespace kr {
+
+ContactForms MakeContactForms(AgentSession&, TreeModel&, std::function<QWidget*()>) { return {}; }
+
+} // namespace kr

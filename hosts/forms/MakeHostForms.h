@@ -1,0 +1,13 @@
+#pragma once
+
+#include "core/AgentSession.h"
+#include "hosts/HostForms.h"
+
+class QWidget;
+
+namespace kr {
+
+/// The real dialogs of agent servers, each over the window that `parent` names then.
+HostForms MakeHostForms(AgentSession& session, std::function<QWidget*()> parent);
+
+} // namespace kr
