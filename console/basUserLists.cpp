@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "console/ListCounts.h"
 #include "console/basUsers.h"
 #include "core/basDate.h"
 
@@ -94,7 +95,7 @@ int64_t fillList(AgentSession& session, ListModel& list, std::string_view logTex
     list.SetColumns(std::move(columns));
     list.AddAll(std::move(rows));
     list.Sort(0, SortOrder::Ascending);
-    session.ui().ShowStatus(UserCountText(count));
+    session.ui().ShowStatus(CountText(Counted::User, count));
     return count;
 }
 
@@ -174,10 +175,6 @@ int64_t ListUsers(AgentSession& session, ListModel& list, const UserListOptions&
 int64_t LoadUserStatistics(AgentSession& session, ListModel& list, std::string_view filter) {
     return fillList(session, list, "loading EPS user data", UserStatisticsColumns(), filter,
                     UserStatisticsRow);
-}
-
-std::string UserCountText(int64_t count) {
-    return count == 1 ? "1 user" : std::to_string(count) + " users";
 }
 
 std::string UserStatisticsTitle(const AgentSession& session, int64_t count) {

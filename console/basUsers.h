@@ -51,8 +51,6 @@ std::string UserName(const Recordset& user);
 /// Fill the list, sort it by its first column, and put the count in the status bar. Give the count.
 int64_t ListUsers(AgentSession& session, ListModel& list, const UserListOptions& options = {});
 int64_t LoadUserStatistics(AgentSession& session, ListModel& list, std::string_view filter = {});
-/// "1 user", else N + " users".
-std::string UserCountText(int64_t count);
 /// "(" + count + ") - current as of " + the local date of the load.
 std::string UserStatisticsTitle(const AgentSession& session, int64_t count);
 

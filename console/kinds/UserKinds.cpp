@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "console/Console.h"
+#include "console/ListCounts.h"
 #include "console/basPickers.h"
 #include "console/basUsers.h"
 
@@ -86,7 +87,7 @@ void removeRows(Console& console, const std::vector<EntryID>& ids) {
     for (const EntryID& id : ids)
         if (const size_t at = console.list().Find(id.text()); at != ListModel::npos)
             console.list().Remove(at);
-    console.ShowStatus(UserCountText(static_cast<int64_t>(console.list().Count())));
+    console.ShowStatus(CountText(Counted::User, static_cast<int64_t>(console.list().Count())));
 }
 
 void ghostRows(Console& console, const std::vector<EntryID>& ids) {

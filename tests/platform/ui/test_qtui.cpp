@@ -7,8 +7,10 @@
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
+#include <QPainter>
 #include <QPushButton>
 #include <QStyleOption>
+#include <QStyleOptionButton>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
@@ -181,6 +183,30 @@ TEST(AppStyleTest, ButtonsOfDialogsHaveNoIcons) {
     AppStyle style;
     EXPECT_EQ(
         style.styleHint(QStyle::SH_DialogButtonBox_ButtonsHaveIcons, nullptr, nullptr, nullptr), 0);
+}
+
+/// Widest distance in lightness between the window and the pixels of a box to tick.
+int outlineContrast(const QColor& window, const QColor& base) {
+    AppStyle style;
+    QStyleOptionButton option;
+    option.rect = QRect(2, 2, 13, 13);
+    option.state = QStyle::State_Enabled | QStyle::State_Off;
+    option.palette.setColor(QPalette::Window, window);
+    option.palette.setColor(QPalette::Base, base);
+    QImage image(17, 17, QImage::Format_RGB32);
+    image.fill(window);
+    QPainter painter(&image);
+    style.drawPrimitive(QStyle::PE_IndicatorCheckBox, &option, &painter, nullptr);
+    painter.end();
+    int widest = 0;
+    for (int x = 0; x < image.width(); ++x)
+        widest =
+            std::max(widest, std::abs(QColor(image.pixel(x, 8)).lightness() - window.lightness()));
+    return widest;
+}
+
+TEST(AppStyleTest, BoxesToTickShowOnADarkWindow) {
+    EXPECT_GT(outlineContrast(QColor(0x2b, 0x2d, 0x30), QColor(0x1e, 0x1f, 0x22)), 60);
 }
 
 TEST(AppStyleTest, SelectedIconsKeepTheirColours) {
