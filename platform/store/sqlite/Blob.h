@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -31,9 +32,8 @@ struct RawProperty {
 
 constexpr char kBlobVersion = 1;
 constexpr uint64_t kVariableSize = UINT64_MAX;
-/// Size of a fixed type; kVariableSize for a value behind its length; 0 for a list, which says by
-/// itself where it ends, and for a type that no blob has.
-constexpr uint64_t PayloadSize(uint32_t type) {
+namespace blob {
+constexpr uint64_t SizeOfType(uint32_t type) {
     switch (static_cast<PropType>(type)) {
     case PropType::String:
     case PropType::Binary:
@@ -52,6 +52,21 @@ constexpr uint64_t PayloadSize(uint32_t type) {
     default:
         return 0;
     }
+}
+/// All types of a blob lie below this, but for the lists, which have no size.
+constexpr uint32_t kTypes = 0x103;
+constexpr auto kSizes = [] {
+    std::array<uint64_t, kTypes> sizes{};
+    for (uint32_t type = 0; type < kTypes; ++type)
+        sizes[type] = SizeOfType(type);
+    return sizes;
+}();
+} // namespace blob
+
+/// Size of a fixed type; kVariableSize for a value behind its length; 0 for a list, which says by
+/// itself where it ends, and for a type that no blob has.
+constexpr uint64_t PayloadSize(uint32_t type) {
+    return type < blob::kTypes ? blob::kSizes[type] : 0;
 }
 
 /// Reads a blob from front to end, and never behind it. Anything wrong ends the reading. Inline,
