@@ -22,7 +22,9 @@
 #include "platform/directory/ldap/LdapDirectory.h"
 #include "platform/events/epoll/EpollEvents.h"
 #include "platform/events/qt/QtEventsBridge.h"
+#include "platform/http/curl/CurlHttp.h"
 #include "platform/registry/regfile/RegFileRegistry.h"
+#include "platform/secrets/sodium/SodiumSecrets.h"
 #include "platform/services/local/LocalServices.h"
 #include "platform/shell/xdg/XdgShell.h"
 #include "platform/store/sqlite/SqliteStore.h"
@@ -73,9 +75,11 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
     m_directory = MakeLdapDirectory(*m_registry, *m_events, idle);
     m_shell = MakeXdgShell(*m_events, idle);
     m_database = MakeDatabaseProvider(*m_events);
-    m_platform =
-        std::make_unique<Platform>(Platform{*m_store, *m_registry, *m_ui, *m_events, *m_services,
-                                            *m_directory, *m_shell, *m_database, m_clock});
+    m_http = MakeCurlHttp(*m_events, idle);
+    m_secrets = MakeSodiumSecrets(options.userRegistry + "/value.key");
+    m_platform = std::make_unique<Platform>(Platform{*m_store, *m_registry, *m_ui, *m_events,
+                                                     *m_services, *m_directory, *m_shell,
+                                                     *m_database, *m_http, *m_secrets, m_clock});
     m_session = std::make_unique<AgentSession>(*m_platform, options.logPath);
     m_main = std::make_unique<frmFleetMain>(*m_session);
     m_ui->SetMainWindow(m_main.get());

@@ -55,6 +55,8 @@ private:
     std::unique_ptr<DirectoryProvider> m_directory;
     std::unique_ptr<Shell> m_shell;
     std::unique_ptr<DatabaseProvider> m_database;
+    std::unique_ptr<HttpProvider> m_http;
+    std::unique_ptr<Secrets> m_secrets;
     std::unique_ptr<Platform> m_platform;
     std::unique_ptr<AgentSession> m_session;
     std::unique_ptr<frmFleetMain> m_main;

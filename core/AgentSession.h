@@ -11,7 +11,9 @@
 #include "platform/database/Database.h"
 #include "platform/directory/Directory.h"
 #include "platform/events/Events.h"
+#include "platform/http/Http.h"
 #include "platform/registry/Registry.h"
+#include "platform/secrets/Secrets.h"
 #include "platform/services/Services.h"
 #include "platform/shell/Shell.h"
 #include "platform/store/Store.h"
@@ -29,6 +31,8 @@ struct Platform {
     DirectoryProvider& directory;
     Shell& shell;
     DatabaseProvider& database;
+    HttpProvider& http;
+    Secrets& secrets;
     const Clock& clock;
 };
 

@@ -64,8 +64,9 @@ protected:
     }
     void use(kr::DirectoryProvider& directory) {
         const kr::Platform& p = *m_world.platform;
-        m_platform = std::make_unique<kr::Platform>(kr::Platform{
-            p.store, p.registry, p.ui, p.events, p.services, directory, p.shell, p.database, p.clock});
+        m_platform = std::make_unique<kr::Platform>(
+            kr::Platform{p.store, p.registry, p.ui, p.events, p.services, directory, p.shell,
+                         p.database, p.http, p.secrets, p.clock});
         m_session = std::make_unique<kr::AgentSession>(*m_platform, m_world.logPath());
     }
     kr::AgentSession& session() { return *m_session; }

@@ -228,9 +228,9 @@ public:
 
 TEST_F(LogonSteps, AMissingLibraryIsTold) {
     BrokenLibrary broken;
-    Platform platform{broken,        *world.registry, world.ui,
-                      *world.events, world.services,  world.directory,
-                      world.shell,   world.database,  world.clock};
+    Platform platform{broken,         *world.registry, world.ui,    *world.events,
+                      world.services, world.directory, world.shell, world.database,
+                      world.http,     world.secrets,   world.clock};
     AgentSession other(platform, world.logPath());
     world.ui.Expect("Unable to create MAPI session. Please notify support\n"
                     "ActiveX component can't create object");

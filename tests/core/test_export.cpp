@@ -15,6 +15,7 @@
 #include "platform/events/epoll/EpollEvents.h"
 #include "platform/registry/regfile/RegFileRegistry.h"
 #include "tests/fakes/FakeDatabase.h"
+#include "tests/fakes/FakeHttp.h"
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/ScriptedUi.h"
 
@@ -40,8 +41,9 @@ protected:
         m_folder = mkdtemp(pattern.data());
         registry = MakeRegFileRegistry(m_folder + "/user", m_folder + "/machine");
         events = MakeEpollEvents();
-        platform = std::make_unique<Platform>(
-            Platform{store, *registry, ui, *events, services, directory, shell, database, clock});
+        platform =
+            std::make_unique<Platform>(Platform{store, *registry, ui, *events, services, directory,
+                                                shell, database, http, secrets, clock});
         session = std::make_unique<AgentSession>(*platform, m_folder + "/KR-Admin.log");
         list.SetColumns({{"Name", "name"},
                          {"Last Update, UTC", "datLast"},
@@ -78,6 +80,8 @@ protected:
     FakeDirectory directory;
     FakeShell shell;
     FakeDatabase database;
+    FakeHttp http;
+    FakeSecrets secrets;
     SettableClock clock;
     std::unique_ptr<Platform> platform;
     std::unique_ptr<AgentSession> session;

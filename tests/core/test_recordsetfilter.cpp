@@ -360,7 +360,7 @@ TEST(RecordsetFilterRandom, StandingViewsFollowEveryChange) {
         if (what < 2)
             rs.AddNew();
         else if (rs.RecordCount() > 0)
-            rs.SetBookmark(static_cast<uint64_t>(1 + random.below(turn + 1)));
+            rs.SetBookmark(1 + static_cast<uint64_t>(random.below(turn + 1)));
         if (rs.Bookmark() != 0 && what == 4) {
             rs.Delete();
         } else if (rs.Bookmark() != 0) {

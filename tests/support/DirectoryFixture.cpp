@@ -15,6 +15,8 @@
 #include <sstream>
 #include <thread>
 
+#include "tests/support/Loopback.h"
+
 namespace kr {
 
 using namespace std::chrono_literals;
@@ -60,16 +62,6 @@ sockaddr_in endpoint(const std::string& host, int port) {
     inet_pton(AF_INET, host.c_str(), &address.sin_addr);
     address.sin_port = htons(static_cast<uint16_t>(port));
     return address;
-}
-
-int freePort(const std::string& host) {
-    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address = endpoint(host, 0);
-    socklen_t size = sizeof address;
-    bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-    close(fd);
-    return ntohs(address.sin_port);
 }
 
 bool answers(const std::string& host, int port) {
@@ -337,7 +329,7 @@ bool DirectoryFixture::Start() {
     for (int attempt = 0; attempt < 5; ++attempt) {
         for (int& port : m_ports)
             if (port == 0)
-                port = freePort(m_options.address);
+                port = FreePort(m_options.address);
         const auto url = [this](const char* scheme, int port) {
             return std::string(scheme) + "://" + m_options.address + ":" + std::to_string(port);
         };

@@ -23,9 +23,9 @@ struct FailingSession {
     World& world;
     CalmUi ui;
     FailingStore store{*world.store};
-    Platform platform{store,         *world.registry, ui,
-                      *world.events, world.services,  world.directory,
-                      world.shell,   world.database,  world.clock};
+    Platform platform{store,          *world.registry, ui,          *world.events,
+                      world.services, world.directory, world.shell, world.database,
+                      world.http,     world.secrets,   world.clock};
     AgentSession session{platform, world.logPath()};
 
     explicit FailingSession(World& over) : world(over) {

@@ -44,8 +44,9 @@ World::World() {
     store = MakeSqliteStore(*registry);
     events = MakeEpollEvents();
     shell.tempFolder = m_folder;
-    platform = std::make_unique<Platform>(
-        Platform{*store, *registry, ui, *events, services, directory, shell, database, clock});
+    platform =
+        std::make_unique<Platform>(Platform{*store, *registry, ui, *events, services, directory,
+                                            shell, database, http, secrets, clock});
     session = std::make_unique<AgentSession>(*platform, logPath());
 }
 

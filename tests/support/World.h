@@ -6,6 +6,7 @@
 #include "core/AgentSession.h"
 #include "platform/store/sqlite/Organisation.h"
 #include "tests/fakes/FakeDatabase.h"
+#include "tests/fakes/FakeHttp.h"
 #include "tests/fakes/FakePlatform.h"
 #include "tests/fakes/ScriptedUi.h"
 
@@ -52,6 +53,8 @@ public:
     FakeDirectory directory;
     FakeShell shell;
     FakeDatabase database;
+    FakeHttp http;
+    FakeSecrets secrets;
     SettableClock clock;
     std::unique_ptr<Platform> platform;
     std::unique_ptr<AgentSession> session;

@@ -3,14 +3,11 @@
 #include <ldap.h>
 
 #include <chrono>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
 
 #include "platform/directory/ldap/LdapSettings.h"
-#include "platform/events/Events.h"
+#include "platform/events/EventsGate.h"
 
 namespace kr {
 
@@ -44,24 +41,5 @@ using LdapConnectionPtr = std::shared_ptr<LdapConnection>;
 /// Connects to the first host that answers and binds. It blocks, at most for some seconds a host
 /// and as long as the DNS and the Kerberos server take. Throws PlatformError.
 LdapConnectionPtr OpenLdap(const LdapSettings& settings, DirectoryQuery::Port port);
-
-/// Lets workers post to events that may be gone before a worker ends.
-class EventsGate {
-public:
-    explicit EventsGate(Events& events) : m_events(&events) {}
-    void Close() {
-        const std::lock_guard lock(m_mutex);
-        m_events = nullptr;
-    }
-    void Post(std::function<void()> call) {
-        const std::lock_guard lock(m_mutex);
-        if (m_events != nullptr)
-            m_events->Post(std::move(call));
-    }
-
-private:
-    std::mutex m_mutex;
-    Events* m_events;
-};
 
 } // namespace kr

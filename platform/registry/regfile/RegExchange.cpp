@@ -31,7 +31,8 @@ void exportKey(std::string& out, Registry& registry, Hive hive, const std::strin
         if (const auto value = registry.Read(hive, key, name))
             AppendRegValue(out, name, *value);
     for (const std::string& child : registry.SubKeys(hive, key))
-        exportKey(out, registry, hive, key.empty() ? child : key + '\\' + child);
+        exportKey(out, registry, hive,
+                  key.empty() ? child : std::string(key).append(1, '\\').append(child));
 }
 
 /// Only looks whether the text parses.

@@ -135,9 +135,10 @@ std::string homeFolder() {
 
 } // namespace
 
-std::unique_ptr<Registry> MakeRegFileRegistry(std::string userFolder, std::string machineFolder,
+std::unique_ptr<Registry> MakeRegFileRegistry(const std::string& userFolder,
+                                              const std::string& machineFolder,
                                               std::function<void(std::string_view)> report) {
-    return std::make_unique<RegFileRegistry>(userFolder, machineFolder, report);
+    return std::make_unique<RegFileRegistry>(userFolder, machineFolder, std::move(report));
 }
 
 std::string UserRegistryFolder() {

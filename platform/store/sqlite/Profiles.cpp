@@ -145,8 +145,9 @@ std::optional<ProfileLogon> ReadProfile(Registry& registry, std::string_view nam
     if (name.empty() || !registry.KeyExists(Hive::CurrentUser, key))
         return std::nullopt;
     ProfileLogon logon;
-    for (const std::string& service : registry.SubKeys(Hive::CurrentUser, key + "\\Services")) {
-        const std::string section = key + "\\Services\\" + service;
+    const std::string services = key + "\\Services";
+    for (const std::string& service : registry.SubKeys(Hive::CurrentUser, services)) {
+        const std::string section = std::string(services).append("\\").append(service);
         const auto text = [&](PropTag tag) {
             const auto value = registry.Read(Hive::CurrentUser, section, tagName(tag));
             return value ? value->text : std::string();

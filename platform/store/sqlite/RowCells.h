@@ -16,7 +16,7 @@ namespace kr::sqlite {
 /// in one pass over its blob, with the columns in the order of their ids.
 class RowCells {
 public:
-    RowCells(SessionPtr session, StoreRef store, int64_t folder, std::vector<PropTag> tags);
+    RowCells(SessionPtr session, const StoreRef& store, int64_t folder, std::vector<PropTag> tags);
 
     size_t Count() const { return m_tags.size(); }
     uint16_t IdOfColumn(size_t column) const { return PropId(m_tags[column]); }

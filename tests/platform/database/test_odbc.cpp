@@ -1,6 +1,4 @@
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -9,6 +7,7 @@
 
 #include "platform/database/Provider.h"
 #include "platform/events/epoll/EpollEvents.h"
+#include "tests/support/Loopback.h"
 
 namespace {
 
@@ -18,15 +17,10 @@ using kr::Value;
 /// A listening socket of loopback that never answers; its port is free again afterwards.
 class SilentServer {
 public:
-    SilentServer() : m_fd(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        bind(m_fd, reinterpret_cast<sockaddr*>(&address), size);
-        listen(m_fd, 5);
-        getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size);
-        port = ntohs(address.sin_port);
+    SilentServer() {
+        const kr::ListeningSocket listening = kr::ListenOnLoopback();
+        m_fd = listening.fd;
+        port = listening.port;
     }
     ~SilentServer() { close(m_fd); }
     SilentServer(const SilentServer&) = delete;
@@ -34,10 +28,8 @@ public:
     int port = 0;
 
 private:
-    int m_fd;
+    int m_fd = -1;
 };
-
-int freePort() { return SilentServer().port; }
 
 /// A PostgreSQL of one test program, run by a user who isn't root.
 class OdbcTest : public testing::Test {
@@ -45,7 +37,7 @@ protected:
     static void SetUpTestSuite() {
         char pattern[] = "/tmp/kr-pg-XXXXXX";
         s_folder = mkdtemp(pattern);
-        s_port = freePort();
+        s_port = kr::FreePort();
         for (const auto& entry : fs::directory_iterator("/usr/lib/postgresql"))
             s_programs = (entry.path() / "bin").string();
         std::ofstream(s_folder + "/password") << "se;cret=1\n";
@@ -112,12 +104,12 @@ TEST_F(OdbcTest, ErrorsHaveNumbersAndReasons) {
     std::string reason;
     EXPECT_EQ(numberOf([&] { provider->Open(text(s_port, "wrong")); }, &reason), kr::DB_E_LOGIN);
     EXPECT_NE(reason.find("authentication failed"), std::string::npos) << reason;
-    EXPECT_EQ(numberOf([&] { provider->Open(text(freePort())); }, &reason), kr::DB_E_FAIL);
+    EXPECT_EQ(numberOf([&] { provider->Open(text(kr::FreePort())); }, &reason), kr::DB_E_FAIL);
     EXPECT_NE(reason.find("Connection refused"), std::string::npos) << reason;
     EXPECT_EQ(numberOf([&] { provider->Open("Driver={No Such}"); }), kr::DB_E_PROVIDER_MISSING);
     EXPECT_EQ(numberOf([&] {
                   provider->Open("Provider=SQLOLEDB;Data Source=127.0.0.1," +
-                                 std::to_string(freePort()) + ";User ID=u;Password=p");
+                                 std::to_string(kr::FreePort()) + ";User ID=u;Password=p");
               }),
               kr::DB_E_FAIL);
     auto db = provider->Open(text(s_port));

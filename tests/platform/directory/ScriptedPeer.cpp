@@ -1,11 +1,12 @@
 #include "tests/platform/directory/ScriptedPeer.h"
 
-#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+
+#include "tests/support/Loopback.h"
 
 namespace kr {
 
@@ -87,15 +88,9 @@ PeerEntry(int id, const std::string& dn,
 }
 
 ScriptedPeer::ScriptedPeer(Script script) : m_script(std::move(script)) {
-    m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    bind(m_listener, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(m_listener, reinterpret_cast<sockaddr*>(&address), &size);
-    m_port = ntohs(address.sin_port);
-    listen(m_listener, 8);
+    const ListeningSocket listening = ListenOnLoopback();
+    m_listener = listening.fd;
+    m_port = listening.port;
     m_thread = std::thread([this] { serve(); });
 }
 

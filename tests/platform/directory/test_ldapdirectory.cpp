@@ -8,7 +8,6 @@
 #include "tests/platform/directory/DirectoryTest.h"
 
 using namespace std::chrono_literals;
-using kr::Directory;
 using kr::DirectoryQuery;
 using kr::DirectoryRow;
 using kr::PlatformError;

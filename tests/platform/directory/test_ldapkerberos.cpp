@@ -1,9 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <netinet/in.h>
 #include <signal.h>
 #include <spawn.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +10,7 @@
 #include <thread>
 
 #include "tests/platform/directory/DirectoryTest.h"
+#include "tests/support/Loopback.h"
 
 using namespace std::chrono_literals;
 using kr::DirectoryFixture;
@@ -31,7 +30,7 @@ protected:
     static void SetUpTestSuite() {
         std::string pattern = "/tmp/kr-realm-XXXXXX";
         s_folder = mkdtemp(pattern.data());
-        const std::string port = std::to_string(freePort());
+        const std::string port = std::to_string(FreePort());
         std::ofstream(s_folder + "/krb5.conf")
             << "[libdefaults]\ndefault_realm = EXAMPLE.TEST\ndns_lookup_kdc = false\n"
             << "dns_lookup_realm = false\nrdns = false\ndns_canonicalize_hostname = false\n"
@@ -129,18 +128,6 @@ protected:
         }
         return false;
     }
-    static int freePort() {
-        const int fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-        getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-        close(fd);
-        return ntohs(address.sin_port);
-    }
-
     static std::string s_folder;
     static bool s_ready;
     static pid_t s_kdc;

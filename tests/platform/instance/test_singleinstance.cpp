@@ -136,7 +136,7 @@ TEST_F(SingleInstanceTest, NonsenseOnTheSocketIsDropped) {
     ASSERT_EQ(first.Acquire(kTitle), Result::First);
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    strcpy(address.sun_path, (m_folder + "/test.socket").c_str());
+    (m_folder + "/test.socket").copy(address.sun_path, sizeof address.sun_path - 1);
     const auto say = [&](const std::string& text) {
         const int fd = socket(AF_UNIX, SOCK_STREAM, 0);
         EXPECT_EQ(connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);

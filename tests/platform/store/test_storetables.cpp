@@ -189,9 +189,9 @@ TEST_F(StoreTables, FullSubstringAndPrefixWithAndWithoutCase) {
 }
 
 TEST_F(StoreTables, IgnoringCaseFoldsAccents) {
-    for (const char* text : {"M\xC3\x9CLLER", "m\xC3\xBCller", "Muller", "Andr\xC3\x89 x",
-                             "\xE2\x84\xAA"
-                             "elvin"})
+    const std::string kelvin = std::string("\xE2\x84\xAA") + "elvin"; // the Kelvin sign
+    for (const std::string& text : {std::string("M\xC3\x9CLLER"), std::string("m\xC3\xBCller"),
+                                    std::string("Muller"), std::string("Andr\xC3\x89 x"), kelvin})
         add(text, {{note, text}});
     for (const PropTag tag : {PR_SUBJECT, note}) {
         EXPECT_EQ(Strings({"M\xC3\x9CLLER", "m\xC3\xBCller"}),
