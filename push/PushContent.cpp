@@ -1,0 +1,103 @@
+#include "push/PushContent.h"
+
+#include <cmath>
+
+#include "core/Text.h"
+#include "push/LinkPattern.h"
+
+namespace kr {
+
+namespace {
+
+const LinkPattern& childPattern() {
+    static const LinkPattern pattern(
+        R"re(<a[^>]*href\s*=\s*(?:"(?!javascript:|mailto:|#|file:)([^"]*)"|)re"
+        R"re((?:'(?!javascript:|mailto:|#|file:)([^']*)')))re");
+    return pattern;
+}
+
+/// Not anchored: ".jsp" is refused as well.
+const LinkPattern& filePattern() {
+    static const LinkPattern pattern(R"re(\.exe|\.zip|\.pdf|\.doc|\.mdb|\.swf|\.msi|\.js|\.vbs)re");
+    return pattern;
+}
+
+/// One character stands between the tag and its first attribute: in bytes, one of up to three.
+const LinkPattern& imagePattern() {
+    static const LinkPattern pattern(
+        R"re(<img(?:[^>\x80-\xff]|[\xc2-\xdf][\x80-\xbf]|[\xe0-\xef][\x80-\xbf]{2}))re"
+        R"re(src\s*=\s*(?:"([^"]*)"|(?:'([^']*)')))re");
+    return pattern;
+}
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    while (!path.empty() && (path.back() == '/' || path.back() == '\\'))
+        path.remove_suffix(1);
+    return path;
+}
+
+} // namespace
+
+std::string ResolveURL(std::string_view link, std::string_view path) {
+    const std::string base(path);
+    if (StartsWithNoCase(link, "http"))
+        return std::string(link);
+    if (link.starts_with('/'))
+        return base + std::string(path.ends_with('/') ? link.substr(1) : link);
+    if (link.starts_with("../"))
+        return std::string(withoutTrailingSlashes(path)) + "/" + std::string(link);
+    const bool closed = path.ends_with('/') || path.ends_with('\\');
+    return base + (closed ? "" : "/") + std::string(link);
+}
+
+double KilobytesOf(size_t bytes) {
+    return std::nearbyint(static_cast<double>(bytes) / 1024 * 10) / 10;
+}
+
+void PushContent::SetRootPath(std::string_view url) {
+    if (!url.empty())
+        m_url = url;
+    if (m_url.empty())
+        return;
+    size_t last = m_url.rfind('/');
+    if (last == std::string::npos)
+        last = m_url.rfind('\\');
+    m_docPath = last == std::string::npos ? std::string() : m_url.substr(0, last + 1);
+    const size_t slashes = m_url.find("//");
+    const size_t first =
+        slashes == std::string::npos ? m_url.find('/') : m_url.find('/', slashes + 2);
+    m_rootPath = first == std::string::npos ? std::string() : m_url.substr(0, first + 1);
+}
+
+void PushContent::GetChildLinks(std::string_view html) {
+    if (!html.empty())
+        HTML = html;
+    childPattern().EachMatch(HTML, [&](const std::vector<std::string_view>& parts) {
+        std::string url;
+        for (const std::string_view part : parts) {
+            if (part.empty() || part == "/")
+                continue;
+            url = ResolveURL(part, m_rootPath);
+            break;
+        }
+        if (!url.empty() && !filePattern().Matches(url) && m_childKeys.insert(ToLower(url)).second)
+            m_childLinks.push_back(std::move(url));
+    });
+}
+
+void PushContent::GetImageLinks(std::string_view html) {
+    if (!html.empty())
+        HTML = html;
+    imagePattern().EachMatch(HTML, [&](const std::vector<std::string_view>& parts) {
+        for (const std::string_view part : parts) {
+            if (part.empty())
+                continue;
+            std::string url = ToLower(ResolveURL(part, m_rootPath));
+            if (m_imageKeys.insert(url).second)
+                ImageLinks.push_back({std::move(url)});
+            break;
+        }
+    });
+}
+
+} // namespace kr
