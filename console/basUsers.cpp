@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "core/TableRowCells.h"
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basDate.h"
@@ -46,15 +47,15 @@ std::vector<PropTag> tableColumns(RDOFolder& folder) {
     return tags;
 }
 
-/// Turns table rows into rows of the recordset. A cell of an unexpected type counts as empty.
+/// Turns table rows into rows of the recordset.
 class UserReader {
 public:
     UserReader(Recordset& users, const Clock& clock)
-        : m_users(users), m_offset(LocalOffset(clock).count()) {
+        : m_users(users), m_cells(UserRecordsetFields(), clock) {
         int column = 0;
         for (size_t i = 0; i < kUserFieldCount; ++i) {
             const bool stored = UserFields()[i].source != UserField::Source::None;
-            m_plan[i] = {UserFields()[i].type, stored ? column++ : kNoColumn};
+            m_columns[i] = stored ? column++ : kNoColumn;
         }
     }
 
@@ -64,95 +65,23 @@ public:
         if (!isUserClass(row[kClassColumn]))
             return;
         static const TableCell none;
-        for (size_t i = 0; i < kUserFieldCount; ++i) {
-            const auto [type, column] = m_plan[i];
-            fill(m_cells[i], type, column == kNoColumn ? none : row[column], i);
-        }
-        RecordsetCell& email = m_cells[Index(UserFieldID::Email)];
-        if (email.kind == Kind::Null || email.text.empty()) // the subject was lost
-            setText(email, row[kEmailKeyColumn], Index(UserFieldID::Email));
-        m_users.AppendCells(m_cells);
+        for (size_t i = 0; i < kUserFieldCount; ++i)
+            m_cells.Fill(i, m_columns[i] == kNoColumn ? none : row[m_columns[i]]);
+        constexpr auto kEmail = static_cast<size_t>(UserFieldID::Email);
+        if (m_cells.Empty(kEmail)) // the subject was lost
+            m_cells.FillText(kEmail, row[kEmailKeyColumn]);
+        m_users.AppendCells(m_cells.cells());
     }
 
 private:
-    using Kind = RecordsetCell::Kind;
     static constexpr int kNoColumn = -1;
-    struct Step {
-        FieldType type;
-        int column;
-    };
-
     static bool isUserClass(const TableCell& cell) {
         return cell.bytes == kUserInfoClass || EqualNoCase(cell.bytes, kUserInfoClass);
     }
-    static bool isWhole(const TableCell& cell) {
-        return cell.type == PropType::Long || cell.type == PropType::Short;
-    }
-    static void setInteger(RecordsetCell& out, int64_t number) {
-        out.kind = Kind::Integer;
-        out.integer = number;
-    }
-
-    void fill(RecordsetCell& out, FieldType type, const TableCell& cell, size_t index) {
-        out.kind = Kind::Null;
-        switch (type) {
-        case FieldType::Boolean: // null reads as False, and State as 0: filters rely on it
-            setInteger(out, cell.type == PropType::Boolean && cell.integer != 0 ? 1 : 0);
-            break;
-        case FieldType::SmallInt:
-            setInteger(out, isWhole(cell) ? cell.integer : 0);
-            break;
-        case FieldType::Integer:
-            if (isWhole(cell))
-                setInteger(out, cell.integer);
-            break;
-        case FieldType::Date:
-            if (cell.type == PropType::Time)
-                setInteger(out, cell.integer + m_offset);
-            break;
-        default:
-            setText(out, cell, index);
-        }
-    }
-
-    /// Texts as they are; an override may also be stored as a Boolean or a number.
-    void setText(RecordsetCell& out, const TableCell& cell, size_t index) {
-        if (cell.empty())
-            return;
-        out.kind = Kind::Text;
-        std::string& own = m_texts[index];
-        if (cell.isText())
-            out.text = cell.bytes;
-        else if (cell.type == PropType::Binary)
-            out.text = hexOf(cell.bytes, own);
-        else if (cell.type == PropType::Boolean)
-            out.text = cell.integer != 0 ? "True" : "False";
-        else if (isWhole(cell))
-            out.text = own = std::to_string(cell.integer);
-        else
-            out.kind = Kind::Null;
-    }
-
-    /// Ids of one folder differ in their last bytes only, so the digits of the one before serve.
-    std::string_view hexOf(std::string_view bytes, std::string& digits) {
-        if (m_lastID.size() != bytes.size()) {
-            m_lastID = bytes;
-            return digits = HexOf(bytes.data(), bytes.size());
-        }
-        const auto changed = std::mismatch(bytes.begin(), bytes.end(), m_lastID.begin()).first;
-        const auto same = static_cast<size_t>(changed - bytes.begin());
-        const std::string tail = HexOf(bytes.data() + same, bytes.size() - same);
-        digits.replace(same * 2, tail.size(), tail);
-        m_lastID = bytes;
-        return digits;
-    }
 
     Recordset& m_users;
-    int64_t m_offset; // one offset for all dates, as UTCToLocal has it
-    std::array<Step, kUserFieldCount> m_plan;
-    std::array<RecordsetCell, kUserFieldCount> m_cells;
-    std::array<std::string, kUserFieldCount> m_texts;
-    std::string m_lastID;
+    TableRowCells m_cells;
+    std::array<int, kUserFieldCount> m_columns;
 };
 
 std::shared_ptr<Recordset> newUsers() {

@@ -5,6 +5,7 @@ namespace kr {
 void AgentSession::Reset() {
     users.reset();
     usersLoaded = {};
+    handhelds.reset();
     agentInfo.reset();
     userInfo.reset();
     AgentMsgID = {};

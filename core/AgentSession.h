@@ -87,6 +87,8 @@ struct AgentSession {
     /// The Users recordset; nullptr until it is loaded.
     std::shared_ptr<Recordset> users;
     Time usersLoaded{};
+    /// The handheld recordset; nullptr until it is loaded.
+    std::shared_ptr<Recordset> handhelds;
     /// Language data changed in this run and must be stored and announced (code 131).
     bool languagesChanged = false;
     /// Personality agents changed in this run and the handhelds don't know yet.

@@ -213,7 +213,7 @@ constexpr Key kKeys[] = {
     {"MCL Source", PropType::String, KeyRecord::ContactList, "contacts"},
     {"MCL Source Email", PropType::String, KeyRecord::ContactList, "contacts"},
     {"MCL Source EntryID", PropType::String, KeyRecord::ContactList, "contacts"},
-    {"MCL Source StoreID", PropType::Unspecified, KeyRecord::ContactList, "contacts"},
+    {"MCL Source StoreID", PropType::String, KeyRecord::ContactList, "contacts"},
     {"MCL Source Count", PropType::Long, KeyRecord::ContactList, "contacts"},
     {"MCL Source No SMTP", PropType::Boolean, KeyRecord::ContactList, "contacts"},
     {"MCL ACF.MsgID", PropType::String, KeyRecord::ContactList, "contacts"},
@@ -227,7 +227,7 @@ constexpr Key kKeys[] = {
     {"MCL Path", PropType::String, KeyRecord::ContactList, "contacts"},
     {"MCEntryID", PropType::String, KeyRecord::ContactList, "contacts"},
     {"MCPath", PropType::String, KeyRecord::ContactList, "contacts"},
-    {"ACS.Guid", PropType::Unspecified, KeyRecord::ContactList, "contacts"},
+    {"ACS.Guid", PropType::String, KeyRecord::ContactList, "contacts"},
     {"PDL", PropType::Boolean, KeyRecord::ContactList, "contacts"},
     {"EPS.Inactive", PropType::Boolean, KeyRecord::ContactList, "contacts"},
     {"BB Server", PropType::String, KeyRecord::ContactList, "contacts"},
@@ -365,6 +365,10 @@ constexpr Key kKeys[] = {
     {"Email", PropType::String, KeyRecord::Handheld, "handhelds"},
     {"DeviceID", PropType::String, KeyRecord::Handheld, "handhelds"},
     {"DeviceID (PIN)", PropType::String, KeyRecord::Handheld, "handhelds"},
+    {"EPS Privacy", PropType::Boolean, KeyRecord::Handheld, "handhelds"},
+    {"EPS Required", PropType::Boolean, KeyRecord::Handheld, "handhelds"},
+    {"Purchase Date", PropType::Time, KeyRecord::Handheld, "handhelds"},
+    {"AssetXferDate", PropType::Time, KeyRecord::Handheld, "handhelds"},
 };
 
 } // namespace
