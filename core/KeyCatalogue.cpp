@@ -306,7 +306,7 @@ constexpr Key kKeys[] = {
     {"Connector.Mbx.Name", PropType::String, KeyRecord::Connector, "handhelds"},
     {"Connector.MDS.Host", PropType::String, KeyRecord::Connector, "handhelds"},
     {"Connector.MDS.UseSelected", PropType::Boolean, KeyRecord::Connector, "handhelds"},
-    {"Connector.MDS.PushInitiator", PropType::Unspecified, KeyRecord::Connector, "handhelds"},
+    {"Connector.MDS.PushInitiator", PropType::String, KeyRecord::Connector, "handhelds"},
     {"UserCount", PropType::Long, KeyRecord::Connector, "handhelds"},
     {"RecordDate", PropType::Time, KeyRecord::BesRecord, "handhelds"},
     {"ServerName", PropType::String, KeyRecord::BesRecord, "handhelds"},
