@@ -25,7 +25,7 @@
 #include "platform/http/curl/CurlHttp.h"
 #include "platform/registry/regfile/RegFileRegistry.h"
 #include "platform/secrets/sodium/SodiumSecrets.h"
-#include "platform/services/local/LocalServices.h"
+#include "platform/services/MakeServices.h"
 #include "platform/shell/xdg/XdgShell.h"
 #include "platform/store/sqlite/SqliteStore.h"
 #include "platform/ui/qt/QtUi.h"
@@ -71,7 +71,7 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
     m_events = MakeEpollEvents();
     m_bridge = std::make_unique<QtEventsBridge>(*m_events);
     m_store = MakeSqliteStore(*m_registry);
-    m_services = MakeLocalServices(*m_events);
+    m_services = MakeServices(*m_events, *m_registry);
     m_directory = MakeLdapDirectory(*m_registry, *m_events, idle);
     m_shell = MakeXdgShell(*m_events, idle);
     m_database = MakeDatabaseProvider(*m_events);

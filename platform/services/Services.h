@@ -34,12 +34,11 @@ public:
                       std::function<void(long code, const std::string& error)> done) = 0;
     /// A user-defined control code; fire and forget.
     virtual void Control(std::string_view host, std::string_view service, int code) = 0;
-    /// Ends a service's process at once, where the manager knows services by their processes, else
-    /// the first process of that program ("zagent.exe"). False when there is none, or no way.
-    virtual void Kill(std::string_view /*host*/, std::string_view /*service*/,
-                      std::string_view /*program*/, std::function<void(bool ended)> done) {
-        done(false);
-    }
+    /// Ends a service's process at once. Where the manager knows services by their processes
+    /// (systemd) it is the unit's main process; elsewhere (Windows) all processes of that program
+    /// ("zagent.exe"), which needs an ssh server there. False when there is none, or no way.
+    virtual void Kill(std::string_view host, std::string_view service, std::string_view program,
+                      std::function<void(bool ended)> done) = 0;
     /// Something is still under way; waiting loops run events until it is not.
     virtual bool Busy() const = 0;
 };

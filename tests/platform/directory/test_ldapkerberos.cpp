@@ -30,7 +30,7 @@ protected:
     static void SetUpTestSuite() {
         std::string pattern = "/tmp/kr-realm-XXXXXX";
         s_folder = mkdtemp(pattern.data());
-        const std::string port = std::to_string(FreePort());
+        const std::string port = std::to_string(kr::FreePort());
         std::ofstream(s_folder + "/krb5.conf")
             << "[libdefaults]\ndefault_realm = EXAMPLE.TEST\ndns_lookup_kdc = false\n"
             << "dns_lookup_realm = false\nrdns = false\ndns_canonicalize_hostname = false\n"

@@ -1,14 +1,6 @@
 #include "tests/platform/services/BusFixture.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 
 namespace kr {
 
@@ -24,57 +16,26 @@ std::string pathOf(const std::string& unit) {
     return path;
 }
 
+/// What else KillUnit asks for: " main 9".
+std::string signalOf(sd_bus_message* message) {
+    const char* who = nullptr;
+    int32_t signal = 0;
+    if (!sd_bus_message_has_signature(message, "ssi") ||
+        sd_bus_message_read(message, "si", &who, &signal) <= 0)
+        return {};
+    return std::string(" ") + who + " " + std::to_string(signal);
+}
+
 } // namespace
 
-BusFixture::BusFixture() {
-    std::string pattern = "/tmp/kr-bus-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr)
-        return;
-    m_folder = pattern;
-    m_address = "unix:path=" + m_folder + "/bus";
-    std::ofstream(m_folder + "/bus.conf")
-        << "<busconfig><type>custom</type><listen>" << m_address << "</listen>"
-        << "<auth>EXTERNAL</auth><policy context=\"default\"><allow user=\"*\"/><allow own=\"*\"/>"
-        << "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/>"
-        << "</policy></busconfig>";
-    Start();
-}
+BusFixture::BusFixture() { Start(); }
 
-BusFixture::~BusFixture() {
-    Stop();
-    std::error_code ignored;
-    std::filesystem::remove_all(m_folder, ignored);
-}
-
-bool BusFixture::startDaemon() {
-    std::error_code ignored;
-    std::filesystem::remove(m_folder + "/bus", ignored);
-    const std::string config = "--config-file=" + m_folder + "/bus.conf";
-    const char* const argv[] = {"dbus-daemon", "--nofork", config.c_str(), nullptr};
-    posix_spawn_file_actions_t files;
-    posix_spawn_file_actions_init(&files);
-    // it complains of limits that it may not raise
-    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, (m_folder + "/bus.log").c_str(),
-                                     O_WRONLY | O_CREAT | O_APPEND, 0600);
-    const int error =
-        posix_spawnp(&m_daemon, argv[0], &files, nullptr, const_cast<char* const*>(argv), environ);
-    posix_spawn_file_actions_destroy(&files);
-    if (error != 0) {
-        m_daemon = 0;
-        return false;
-    }
-    for (int i = 0; i < 300; ++i) {
-        if (std::filesystem::exists(m_folder + "/bus", ignored))
-            return true;
-        std::this_thread::sleep_for(10ms);
-    }
-    return false;
-}
+BusFixture::~BusFixture() { Stop(); }
 
 bool BusFixture::Start() {
     m_quit = false;
     m_ready = false;
-    if (!startDaemon())
+    if (!m_bus.running() && !m_bus.Start())
         return false;
     m_thread = std::thread([this] { serve(); });
     for (int i = 0; i < 300 && !m_ready; ++i)
@@ -84,11 +45,7 @@ bool BusFixture::Start() {
 
 void BusFixture::Stop() {
     m_quit = true;
-    if (m_daemon > 0) {
-        kill(m_daemon, SIGKILL);
-        waitpid(m_daemon, nullptr, 0);
-        m_daemon = 0;
-    }
+    m_bus.Stop();
     if (m_thread.joinable())
         m_thread.join();
 }
@@ -116,7 +73,7 @@ std::vector<std::string> BusFixture::calls() const {
 void BusFixture::serve() {
     sd_bus* bus = nullptr;
     sd_bus_new(&bus);
-    sd_bus_set_address(bus, m_address.c_str());
+    sd_bus_set_address(bus, m_bus.address().c_str());
     sd_bus_set_bus_client(bus, 1);
     if (sd_bus_start(bus) >= 0) {
         sd_bus_add_filter(bus, nullptr, onMessage, this);
@@ -162,7 +119,7 @@ int BusFixture::handle(sd_bus_message* message) {
     const char* unit = nullptr;
     if (sd_bus_message_read(message, "s", &unit) <= 0)
         return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_UNKNOWN_METHOD, "unknown");
-    m_calls.push_back(member + " " + unit);
+    m_calls.push_back(member + " " + unit + signalOf(message));
     if (member == m_mute)
         return 1;
     if (member == "LoadUnit")
@@ -176,6 +133,8 @@ int BusFixture::runJob(sd_bus_message* message, const std::string& unit) {
     if (!m_units.contains(pathOf(unit)))
         return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit",
                                           "Unit %s not found.", unit.c_str());
+    if (sd_bus_message_has_signature(message, "ssi"))
+        return sd_bus_reply_method_return(message, nullptr);
     return sd_bus_reply_method_return(message, "o", "/org/freedesktop/systemd1/job/7");
 }
 

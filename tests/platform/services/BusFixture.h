@@ -9,12 +9,13 @@
 #include <thread>
 #include <vector>
 
-#include "platform/services/local/UnitState.h"
+#include "platform/services/systemd/UnitState.h"
+#include "tests/agent/PrivateBus.h"
 
 namespace kr {
 
-/// A message bus of our own in a temporary folder, and on it a stand-in of systemd and of the agent
-/// that answer from tables, on a thread.
+/// A private bus, and on it a stand-in of systemd and of the agent that answer from tables, on a
+/// thread.
 class BusFixture {
 public:
     BusFixture();
@@ -22,14 +23,14 @@ public:
     BusFixture(const BusFixture&) = delete;
     BusFixture& operator=(const BusFixture&) = delete;
 
-    const std::string& address() const { return m_address; }
-    bool running() const { return m_daemon > 0; }
+    const std::string& address() const { return m_bus.address(); }
+    bool running() const { return m_ready; }
     /// Ends the bus and what is on it; Start brings them back at the same address.
     void Stop();
     bool Start();
 
     void SetUnit(const std::string& unit, const UnitProperties& properties);
-    /// StartUnit and StopUnit answer with this D-Bus error; "" is success.
+    /// StartUnit, StopUnit and KillUnit answer with this D-Bus error; "" is success.
     void FailJobs(const std::string& errorName);
     /// The stand-ins stop answering calls of this member; "" ends that.
     void Mute(const std::string& member);
@@ -38,7 +39,6 @@ public:
     std::vector<std::string> calls() const;
 
 private:
-    bool startDaemon();
     void serve();
     void own(sd_bus* bus);
     static int onMessage(sd_bus_message* message, void* self, sd_bus_error* error);
@@ -46,9 +46,7 @@ private:
     int sendProperties(sd_bus_message* message);
     int runJob(sd_bus_message* message, const std::string& member);
 
-    std::string m_folder;
-    std::string m_address;
-    pid_t m_daemon = 0;
+    PrivateBus m_bus;
     std::thread m_thread;
     std::atomic<bool> m_quit{false};
     std::atomic<bool> m_ready{false};

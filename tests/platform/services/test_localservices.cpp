@@ -3,12 +3,11 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
 #include <optional>
 
-#include "platform/events/epoll/EpollEvents.h"
-#include "platform/services/local/LocalServices.h"
+#include "platform/services/systemd/UnitState.h"
 #include "tests/platform/services/BusFixture.h"
+#include "tests/platform/services/ServicesTest.h"
 
 using namespace std::chrono_literals;
 using kr::SvcState;
@@ -48,50 +47,14 @@ INSTANTIATE_TEST_SUITE_P(
                       StateCase{{"masked", "inactive", "dead", "running"}, -1},
                       StateCase{{"loaded", "maintenance", "", ""}, -1}));
 
-class LocalServicesTest : public ::testing::Test {
+class LocalServicesTest : public kr::ServicesTest {
 protected:
-    using Clock = std::chrono::steady_clock;
-    struct State {
-        SvcState state;
-        std::string error;
-    };
-    struct Code {
-        long code;
-        std::string error;
-    };
-
-    void SetUp() override { ASSERT_TRUE(m_bus.running()) << "dbus-daemon can't be started"; }
-
-    bool until(const std::function<bool()>& done, std::chrono::milliseconds most = 5000ms) {
-        const auto end = Clock::now() + most;
-        while (!done() && Clock::now() < end)
-            m_events->Run(20ms);
-        return done();
-    }
-    State query(std::string_view host, std::string_view service) {
-        std::optional<State> result;
-        m_services->Query(host, service, [&](SvcState state, const std::string& error) {
-            result = State{state, error};
-        });
-        EXPECT_FALSE(result) << "the answer came before events ran";
-        EXPECT_TRUE(m_services->Busy());
-        EXPECT_TRUE(until([&] { return result.has_value(); }));
-        return result.value_or(State{SvcState::Failed, "no answer"});
-    }
-    Code start(std::string_view service, bool stop = false) {
-        std::optional<Code> result;
-        const auto done = [&](long code, const std::string& error) { result = Code{code, error}; };
-        if (stop)
-            m_services->Stop("", service, done);
-        else
-            m_services->Start("", service, done);
-        EXPECT_TRUE(until([&] { return result.has_value(); }));
-        return result.value_or(Code{-99, "no answer"});
+    void SetUp() override {
+        ASSERT_TRUE(m_bus.running()) << "dbus-daemon can't be started";
+        m_options.busAddress = m_bus.address();
     }
 
     kr::BusFixture m_bus;
-    std::unique_ptr<kr::EpollEvents> m_events = kr::MakeEpollEvents();
-    std::unique_ptr<kr::Services> m_services = kr::MakeLocalServices(*m_events, m_bus.address());
 };
 
 TEST_F(LocalServicesTest, StatesComeFromTheUnit) {
@@ -99,7 +62,7 @@ TEST_F(LocalServicesTest, StatesComeFromTheUnit) {
     const State state = query("", "zandrelAgent");
     EXPECT_EQ(state.state, SvcState::Running);
     EXPECT_EQ(state.error, "");
-    EXPECT_FALSE(m_services->Busy());
+    EXPECT_FALSE(services().Busy());
     m_bus.SetUnit("zandrelAgent.service", {"loaded", "active", "running", "frozen"});
     EXPECT_EQ(query("", "zandrelAgent").state, SvcState::Paused);
     m_bus.SetUnit("zandrelAgent.service", {"loaded", "inactive", "dead", "running"});
@@ -123,44 +86,32 @@ TEST_F(LocalServicesTest, AnUnknownServiceIsNone) {
     const State state = query("", "nothing");
     EXPECT_EQ(state.state, SvcState::Failed);
     EXPECT_EQ(state.error, "no such service");
-    EXPECT_EQ(start("nothing").code, 1060);
-    EXPECT_EQ(start("nothing", true).error, "no such service");
-}
-
-TEST_F(LocalServicesTest, OtherComputersCannotBeReached) {
-    const State state = query("\\\\MAIL01", "zandrelAgent");
-    EXPECT_EQ(state.state, SvcState::Failed);
-    EXPECT_EQ(state.error, "The services of MAIL01 can't be reached from here yet");
-    long code = 0;
-    m_services->Start("MAIL01", "zandrelAgent", [&](long c, const std::string&) { code = c; });
-    m_services->Control("MAIL01", "zandrelAgent", 128);
-    EXPECT_TRUE(until([&] { return !m_services->Busy(); }));
-    EXPECT_EQ(code, 1722);
-    EXPECT_THAT(m_bus.calls(), ElementsAre());
+    EXPECT_EQ(start("", "nothing").code, 1060);
+    EXPECT_EQ(stop("", "nothing").error, "no such service");
 }
 
 TEST_F(LocalServicesTest, StartAndStopAreJobs) {
     m_bus.SetUnit("zandrelAgent.service", {"loaded", "inactive", "dead", "running"});
-    EXPECT_EQ(start("zandrelAgent").code, 0);
-    EXPECT_EQ(start("zandrelAgent", true).code, 0);
+    EXPECT_EQ(start("").code, 0);
+    EXPECT_EQ(stop("").code, 0);
     EXPECT_THAT(m_bus.calls(),
                 ElementsAre("StartUnit zandrelAgent.service", "StopUnit zandrelAgent.service"));
     m_bus.FailJobs(SD_BUS_ERROR_INTERACTIVE_AUTHORIZATION_REQUIRED);
-    EXPECT_EQ(start("zandrelAgent").code, 5);
+    EXPECT_EQ(start("").code, 5);
     m_bus.FailJobs(SD_BUS_ERROR_ACCESS_DENIED);
-    const Code denied = start("zandrelAgent");
+    const Code denied = start("");
     EXPECT_EQ(denied.code, 5);
     EXPECT_EQ(denied.error, "refused");
 }
 
 TEST_F(LocalServicesTest, ControlCodesGoToTheServicesOwnNameInOrderWithTheRest) {
     m_bus.SetUnit("zandrelAgent.service", {"loaded", "active", "running", "running"});
-    m_services->Control("", "zandrelAgent", 210);
-    m_services->Stop("", "zandrelAgent", [](long, const std::string&) {});
-    m_services->Control("", "kRWatchdog", 128);
-    m_services->Control("", "unheard of", 200);
-    EXPECT_TRUE(m_services->Busy());
-    EXPECT_TRUE(until([&] { return !m_services->Busy(); }));
+    services().Control("", "zandrelAgent", 210);
+    services().Stop("", "zandrelAgent", [](long, const std::string&) {});
+    services().Control("", "kRWatchdog", 128);
+    services().Control("", "unheard of", 200);
+    EXPECT_TRUE(services().Busy());
+    EXPECT_TRUE(until([&] { return !services().Busy(); }));
     EXPECT_THAT(m_bus.calls(),
                 ElementsAre("Control 210 /org/zandrel/Agent org.zandrel.Agent1",
                             "StopUnit zandrelAgent.service",
@@ -173,7 +124,7 @@ TEST_F(LocalServicesTest, AnAgentThatIsAbsentIsNoHindrance) {
     ASSERT_TRUE(m_bus.Start());
     m_bus.SetUnit("a.service", {"loaded", "active", "running", "running"});
     const auto begin = Clock::now();
-    m_services->Control("", "zandrelAgent", 210);
+    services().Control("", "zandrelAgent", 210);
     EXPECT_EQ(query("", "a").state, SvcState::Running);
     EXPECT_LT(Clock::now() - begin, 1000ms);
 }
@@ -183,11 +134,11 @@ TEST_F(LocalServicesTest, EachRequestHasTwoSecondsAndTheQueueGoesOn) {
     m_bus.Mute("StartUnit");
     std::optional<Code> result;
     const auto begin = Clock::now();
-    m_services->Start("", "zandrelAgent", [&](long code, const std::string& error) {
+    services().Start("", "zandrelAgent", [&](long code, const std::string& error) {
         result = Code{code, error};
     });
     std::optional<SvcState> state;
-    m_services->Query("", "zandrelAgent", [&](SvcState s, const std::string&) { state = s; });
+    services().Query("", "zandrelAgent", [&](SvcState s, const std::string&) { state = s; });
     EXPECT_TRUE(until([&] { return result.has_value(); }));
     EXPECT_GE(Clock::now() - begin, 1990ms);
     EXPECT_LT(Clock::now() - begin, 2500ms);
@@ -202,7 +153,7 @@ TEST_F(LocalServicesTest, AReplyMayRunANestedLoopThatAsksAgain) {
     m_bus.SetUnit("b.service", {"loaded", "inactive", "dead", "running"});
     SvcState inner = SvcState::Failed;
     bool outer = false;
-    m_services->Query("", "a", [&](SvcState, const std::string&) {
+    services().Query("", "a", [&](SvcState, const std::string&) {
         inner = query("", "b").state;
         outer = true;
     });
@@ -224,22 +175,33 @@ TEST_F(LocalServicesTest, ABusThatGoesAwayFailsTheRequestAndIsFoundAgain) {
 
 TEST_F(LocalServicesTest, NoCallComesAfterTheEnd) {
     m_bus.SetUnit("a.service", {"loaded", "active", "running", "running"});
-    m_services->Query("", "a", [](SvcState, const std::string&) { FAIL(); });
-    m_services->Query("OTHER", "a", [](SvcState, const std::string&) { FAIL(); });
+    services().Query("", "a", [](SvcState, const std::string&) { FAIL(); });
+    services().Query("OTHER", "a", [](SvcState, const std::string&) { FAIL(); });
     m_services.reset();
     EXPECT_FALSE(until([] { return false; }, 100ms));
 }
 
-TEST(NoServicesTest, EveryRequestFailsAtOnce) {
-    const auto services = kr::MakeNoServices();
-    SvcState state = SvcState::Running;
-    long code = 0;
-    services->Query("", "zandrelAgent", [&](SvcState s, const std::string&) { state = s; });
-    services->Start("", "zandrelAgent", [&](long c, const std::string&) { code = c; });
-    services->Control("", "zandrelAgent", 128);
-    EXPECT_EQ(state, SvcState::Failed);
-    EXPECT_NE(code, 0);
-    EXPECT_FALSE(services->Busy());
+TEST_F(LocalServicesTest, KillEndsTheUnitsMainProcess) {
+    m_bus.SetUnit("zandrelAgent.service", {"loaded", "deactivating", "stop-sigterm", "running"});
+    EXPECT_TRUE(kill(""));
+    m_bus.FailJobs("org.freedesktop.systemd1.NoSuchProcess");
+    EXPECT_FALSE(kill(""));
+    m_bus.FailJobs("");
+    EXPECT_FALSE(kill("", "nothing"));
+    EXPECT_THAT(m_bus.calls(), ElementsAre("KillUnit zandrelAgent.service main 9",
+                                           "KillUnit zandrelAgent.service main 9",
+                                           "KillUnit nothing.service main 9"));
+}
+
+TEST_F(LocalServicesTest, ABusThatCannotBeReachedFailsEveryRequestSoon) {
+    m_bus.Stop();
+    const auto begin = Clock::now();
+    EXPECT_EQ(query("").state, SvcState::Failed);
+    EXPECT_EQ(start("").code, 1722);
+    EXPECT_EQ(stop("").code, 1722);
+    EXPECT_FALSE(kill(""));
+    control("", 210);
+    EXPECT_LT(since(begin), 1000ms);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "platform/services/local/UnitState.h"
+#include "platform/services/systemd/UnitState.h"
 
 #include <string_view>
 
