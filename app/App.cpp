@@ -18,6 +18,8 @@
 #include "core/Version.h"
 #include "hosts/HostKinds.h"
 #include "hosts/forms/MakeHostForms.h"
+#include "net/NetCommands.h"
+#include "net/forms/frmProxy.h"
 #include "platform/database/Provider.h"
 #include "platform/directory/ldap/LdapDirectory.h"
 #include "platform/events/epoll/EpollEvents.h"
@@ -88,6 +90,7 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
     RegisterFixedKinds(m_main->console());
     const auto over = [this] { return m_ui->DialogParent(); };
     RegisterHostKinds(m_main->console(), MakeHostForms(*m_session, over));
+    RegisterNetCommands(m_main->console());
     RegisterContactKinds(m_main->console(),
                          MakeContactForms(*m_session, m_main->console().tree(), over));
     registerDialogs();
@@ -139,6 +142,7 @@ void App::registerForms() {
         };
         frmFindUser(*m_session, goTo, over).exec();
     });
+    m_main->RegisterForm("frmProxy", [this](QWidget* over) { frmProxy(*m_session, over).exec(); });
     m_main->RegisterForm("frmAbout", [this](QWidget* over) {
         frmAbout(versionText(), storeVersion(*m_session), over).exec();
     });

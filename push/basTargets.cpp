@@ -167,6 +167,21 @@ std::shared_ptr<Recordset> GetTargetsFromPins(AgentSession& session, TreeModel& 
     return builder.targets();
 }
 
+std::shared_ptr<Recordset> GetTargetsOfEntries(AgentSession& session, TreeModel& tree,
+                                               const std::vector<PickedRecipient>& entries) {
+    const auto handhelds = RequireHandhelds(session);
+    if (!handhelds)
+        return nullptr;
+    TargetBuilder builder(session, tree, *handhelds);
+    for (const PickedRecipient& entry : entries)
+        TrapSilently([&] {
+            builder.AddAddressEntry(
+                *session.rdo->GetAddressBook()->GetAddressEntryFromID(entry.id));
+        });
+    builder.targets()->MoveFirst();
+    return builder.targets();
+}
+
 std::string FindPIN(AgentSession& session, std::string_view email) {
     return TrapSilently([&]() -> std::string {
         if (email.empty())

@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "console/TreeModel.h"
 #include "core/AgentSession.h"
@@ -23,6 +24,10 @@ std::shared_ptr<Recordset> GetPushTargets(AgentSession& session, TreeModel& tree
                                           std::string_view names);
 std::shared_ptr<Recordset> GetTargetsFromPins(AgentSession& session, TreeModel& tree,
                                               std::string_view pins);
+
+/// The same of entries that were chosen in the address book.
+std::shared_ptr<Recordset> GetTargetsOfEntries(AgentSession& session, TreeModel& tree,
+                                               const std::vector<PickedRecipient>& entries);
 
 /// The PIN of an address by the store, with what was found in the log; "" for none.
 std::string FindPIN(AgentSession& session, std::string_view email);
