@@ -329,16 +329,25 @@ void deleteChannel(AgentSession& session, const std::string& server, const std::
 
 RDOFolderPtr GetMblFolder(AgentSession& session) { return GetZandrelFolder(session, kMblFolder); }
 
-bool MblNameInUse(AgentSession& session, const EntryID& own, std::string_view name) {
-    const RDOFolderPtr folder = GetMblFolder(session);
-    if (!folder)
-        return false;
-    const auto ids = GetMessageIDs(session, *folder, kMblClass, name);
+bool NameInUse(AgentSession& session, RDOFolder& folder, std::string_view messageClass,
+               const EntryID& own, std::string_view name) {
+    const auto ids = GetMessageIDs(session, folder, messageClass, name);
     return std::ranges::any_of(ids, [&](const EntryID& id) {
         return own.empty() || !TrapSilently([&] {
                    return session.rdo->Stores().DefaultStore()->CompareEntryIDs(id, own);
                });
     });
+}
+
+bool MblNameInUse(AgentSession& session, const EntryID& own, std::string_view name) {
+    const RDOFolderPtr folder = GetMblFolder(session);
+    return folder && NameInUse(session, *folder, kMblClass, own, name);
+}
+
+std::string LastPushText(AgentSession& session, RDOMessage& list, std::string_view key) {
+    const Value last = GetKey(list, key);
+    const Time* date = last.get<Time>();
+    return date ? FormatDate(UTCToLocal(*date, session.platform.clock)) : "Never";
 }
 
 bool PushToList(const PushContext& context, RDOMessage& list) {
@@ -492,13 +501,11 @@ std::optional<ListRow> BrowserListRow(AgentSession& session, RDOMessage& list) {
     row.tag = channel ? "mbl:channel" : "mbl:message";
     row.icon = channel ? "imgGlobe" : "imgBrowserMessage";
     row.ghosted = KeyFlag(list, "EPS.Inactive");
-    const Value last = GetKey(list, "MBL.LastPushDate");
-    const Time* date = last.get<Time>();
     row.texts = {list.Subject(),
                  KeyText(list, "MBL.Title"),
                  KeyText(list, "MBL.Target"),
                  std::to_string(KeyNumber(list, "MBL.Target.Count", 0)),
-                 date ? FormatDate(UTCToLocal(*date, session.platform.clock)) : "Never",
+                 LastPushText(session, list, "MBL.LastPushDate"),
                  KeyText(list, "MBL.URL")};
     return row;
 }

@@ -24,6 +24,11 @@ inline constexpr std::string_view kMblFrequencies[] = {"Once",    "Daily",     "
 
 /// nullptr when it is not there.
 RDOFolderPtr GetMblFolder(AgentSession& session);
+/// Another message of that class in the folder has that subject.
+bool NameInUse(AgentSession& session, RDOFolder& folder, std::string_view messageClass,
+               const EntryID& own, std::string_view name);
+/// The local date of a list's last push; "Never" without one.
+std::string LastPushText(AgentSession& session, RDOMessage& list, std::string_view key);
 /// Another list of the folder has that name.
 bool MblNameInUse(AgentSession& session, const EntryID& own, std::string_view name);
 

@@ -3,14 +3,10 @@
 
 #include <fstream>
 
-#include "core/basAgent.h"
-#include "core/basStore.h"
-#include "handhelds/HandheldFields.h"
 #include "push/basMBL.h"
 #include "push/basMDS.h"
 #include "push/basTargets.h"
-#include "tests/push/RecordedProgress.h"
-#include "tests/support/World.h"
+#include "tests/push/PushWorld.h"
 
 namespace {
 
@@ -22,21 +18,7 @@ using ::testing::IsEmpty;
 class Mbl : public ::testing::Test {
 protected:
     Mbl() {
-        world.LogOnConfigured();
-        handhelds =
-            session().rdo->Stores().DefaultStore()->RootFolder()->Folders()->Add("Handhelds");
-        setAgent("HHEntryID", handhelds->ID().text());
-        setAgent("TARN.URL", "http://tarn/");
-        tree.Add("", "agent", "agent", "Agent", "");
-        tree.Add("agent", "besconnectorroot", "besconnectorroot", "BES Configuration", "");
-        tree.Add("besconnectorroot", "dummybb", "dummybb", "", "");
-        const auto connector = session().agentInfo->Items()->Add("IPM.Post.BesConnector");
-        SetKey(*connector, "Connector.BES.Servers", Strings{"BES1;m"});
-        SetKey(*connector, "Connector.MDS.UseSelected", true);
-        SetKey(*connector, "Connector.MDS.Host", "mds:8080");
-        connector->Save();
-        handheld("PINALICE", "alice@example.test", "Alice", "BES1");
-        handheld("PINOBRIEN", "obrien@example.test", "Obrien", "BES9");
+        world.SetAgent("TARN.URL", "http://tarn/");
         list = GetMblFolder(session())->Items()->Add(kMblClass);
         list->SetSubject("My News");
         set("MBL.Type", "Channel");
@@ -46,48 +28,26 @@ protected:
         set("MBL.Target.Email", "alice@example.test;obrien@example.test;bob@example.test");
     }
     AgentSession& session() { return *world.session; }
-    void setAgent(const std::string& key, const Value& value) {
-        const RDOMessagePtr agent = GetAgentMessage(session());
-        SetKey(*agent, key, value);
-        agent->Save();
-    }
     void set(const std::string& key, const Value& value) {
         SetKey(*list, key, value);
         list->Save();
     }
-    void handheld(const std::string& pin, const std::string& email, const std::string& name,
-                  const std::string& bes) {
-        const RDOMessagePtr record = handhelds->Items()->Add(kHandheldClass);
-        record->SetFields(PR_CONVERSATION_TOPIC, email);
-        SetKey(*record, "PIN", pin);
-        SetKey(*record, "DisplayName", name);
-        SetKey(*record, "BB Server", bes);
-        record->Save();
-    }
-    bool push() { return PushToList({session(), tree, progress}, *list); }
+    bool push() { return PushToList({session(), world.tree, progress}, *list); }
     RDOMessagePtr stored() { return GetMessage(session(), list->ID()); }
     /// Destination and type of each push.
     std::vector<std::string> pushes() {
-        std::vector<std::string> found;
-        for (const FakeHttp::Request& request : world.http.sent) {
-            if (request.method != "POST")
-                continue;
-            const size_t at = request.url.find('=') + 1;
-            found.push_back(request.url.substr(at, request.url.find('&') - at) + " " +
-                            header(request, "X-RIM-Push-Type"));
-        }
+        std::vector<std::string> found = world.Destinations();
+        size_t at = 0;
+        for (const FakeHttp::Request& request : world.http.sent)
+            if (request.method == "POST")
+                found[at++] += " " + header(request, "X-RIM-Push-Type");
         return found;
     }
     static std::string header(const FakeHttp::Request& request, const std::string& name) {
-        for (const auto& [key, value] : request.headers)
-            if (key == name)
-                return value;
-        return "(none)";
+        return PushWorld::HeaderOf(request, name);
     }
-    World world;
-    TreeModel tree;
-    RecordedProgress progress;
-    RDOFolderPtr handhelds;
+    PushWorld world;
+    RecordedProgress& progress = world.progress;
     RDOMessagePtr list;
 };
 
@@ -132,7 +92,7 @@ TEST_F(Mbl, AnAttachmentGivesTheIconUrls) {
 }
 
 TEST_F(Mbl, WithoutAnEngineThereAreNoIconsButANotice) {
-    setAgent("TARN.URL", "");
+    world.SetAgent("TARN.URL", "");
     EXPECT_TRUE(push());
     EXPECT_EQ(header(world.http.sent.at(0), "X-RIM-Push-NotifyURL"), "?cmd=notify");
     EXPECT_TRUE(world.logHas("PushToList: unable to get TARN URL"));
@@ -200,7 +160,7 @@ TEST_F(Mbl, NothingPushedKeepsTheLastDate) {
 TEST_F(Mbl, RemovedHandheldsLoseTheChannel) {
     set("MBL.LastPushList", "PINALICE;PINOBRIEN;PINBOB;alice@example.test;");
     set("MBL.Target.Email", "alice@example.test");
-    handheld("PINBOB", "bob@example.test", "Bob", "BES1");
+    world.AddHandheld("PINBOB", "bob@example.test", "Bob", "BES1");
     EXPECT_TRUE(push());
     EXPECT_THAT(pushes(), ElementsAre("PINALICE Browser-Channel", "PINBOB Browser-Channel-Delete"));
     EXPECT_THAT(progress.results, Contains("Deleting My News from 3 devices..."));
@@ -230,7 +190,7 @@ TEST_F(Mbl, AMessageDeletesNothing) {
 }
 
 TEST_F(Mbl, CancelSavesNothing) {
-    handheld("PINBOB", "bob@example.test", "Bob", "BES1");
+    world.AddHandheld("PINBOB", "bob@example.test", "Bob", "BES1");
     progress.cancel = [this] { return !world.http.sent.empty(); };
     EXPECT_FALSE(push());
     EXPECT_EQ(pushes().size(), 1U);
@@ -252,7 +212,7 @@ TEST_F(Mbl, RemovedEntriesAreThoseWithoutAPin) {
 
 TEST_F(Mbl, DeletingRenamesMarksAndClears) {
     set("MBL.Target.Email", "alice@example.test");
-    EXPECT_TRUE(DeleteBrowserList(session(), tree, list->ID()));
+    EXPECT_TRUE(DeleteBrowserList(session(), world.tree, list->ID()));
     EXPECT_EQ(stored()->Subject(), "My News deleted 2026-03-10 10:00");
     EXPECT_TRUE(KeyFlag(*stored(), "MBL.Deleted"));
     EXPECT_THAT(pushes(), ElementsAre("PINALICE Browser-Channel-Delete"));
@@ -262,9 +222,9 @@ TEST_F(Mbl, DeletingRenamesMarksAndClears) {
 
 TEST_F(Mbl, AMessageIsDeletedWithoutAPush) {
     set("MBL.Type", "Message");
-    EXPECT_TRUE(DeleteBrowserList(session(), tree, list->ID()));
+    EXPECT_TRUE(DeleteBrowserList(session(), world.tree, list->ID()));
     EXPECT_THAT(pushes(), IsEmpty());
-    EXPECT_FALSE(DeleteBrowserList(session(), tree, EntryID("00")));
+    EXPECT_FALSE(DeleteBrowserList(session(), world.tree, EntryID("00")));
 }
 
 constexpr const char* kClearHint =
@@ -281,7 +241,7 @@ TEST_F(Mbl, ClearingTakesEveryChannelFromTheChosen) {
         {world.Entry("alice")->ID(), "Alice"}, {world.Entry("obrien")->ID(), "Obrien"}});
     world.ui.Expect("Requests were pushed to delete 2 channels from 1 handhelds.\r\nNo push server "
                     "could be found for 1 handhelds. See the log for specifics.");
-    ClearBrowserChannels(session(), tree);
+    ClearBrowserChannels(session(), world.tree);
     EXPECT_EQ(pushes().size(), 2U);
     EXPECT_TRUE(world.logHas("Browser Clear  skipping Obrien: unable to determing PushServer"));
 }
@@ -289,10 +249,10 @@ TEST_F(Mbl, ClearingTakesEveryChannelFromTheChosen) {
 TEST_F(Mbl, ClearingMayFindNothingOrBeCancelled) {
     world.ui.Expect(kClearHint);
     world.ui.ExpectAddressBook(std::nullopt);
-    ClearBrowserChannels(session(), tree);
+    ClearBrowserChannels(session(), world.tree);
     set("MBL.ChannelID", "");
     world.ui.Expect("There are no existing or deleted browser channels to clear");
-    ClearBrowserChannels(session(), tree);
+    ClearBrowserChannels(session(), world.tree);
     EXPECT_THAT(pushes(), IsEmpty());
 }
 

@@ -1,0 +1,109 @@
+#include "push/basMPL.h"
+
+#include "core/Trap.h"
+#include "core/basAgent.h"
+#include "core/basDate.h"
+#include "core/basStore.h"
+#include "push/basMDS.h"
+#include "push/basTargets.h"
+
+namespace kr {
+
+namespace {
+
+/// What became of one row.
+enum class Outcome { Sent, NoServer, NoPin, Failed };
+
+Outcome pushTo(AgentSession& session, const Recordset& target, const std::string& payload) {
+    const auto text = [&](TargetField field) { return std::string(target.Text(Index(field))); };
+    const std::string server = text(TargetField::PushServer);
+    if (server.empty())
+        return Outcome::NoServer;
+    if (text(TargetField::PIN).empty())
+        return Outcome::NoPin;
+    const bool sent = PushMPL(session, server, text(TargetField::PIN), payload) ||
+                      PushMPL(session, server, text(TargetField::Email), payload);
+    return sent ? Outcome::Sent : Outcome::Failed;
+}
+
+} // namespace
+
+RDOFolderPtr GetMplFolder(AgentSession& session) { return GetZandrelFolder(session, kMplFolder); }
+
+bool MplNameInUse(AgentSession& session, const EntryID& own, std::string_view name) {
+    const RDOFolderPtr folder = GetMplFolder(session);
+    return folder && NameInUse(session, *folder, kMplClass, own, name);
+}
+
+void PushAlert(const PushContext& context, RDOMessage& list, const std::string& payload,
+               const std::string& targetNames) {
+    AgentSession& session = context.session;
+    WebProgress& progress = context.progress;
+    const std::string name = list.Subject();
+    session.log("PushAlertToList: pushing " + name);
+    const auto targets = GetPushTargets(session, context.tree, targetNames);
+    if (!targets || targets->RecordCount() == 0) {
+        progress.AppendResult("Found no valid targets for " + name);
+        return;
+    }
+    const auto total = static_cast<int>(targets->RecordCount());
+    progress.ShowStep("Pushing " + name + " to " + std::to_string(total) + " targets");
+    int pushed = 0, failed = 0;
+    for (targets->MoveFirst(); !targets->EOF_() && !progress.Cancelled(); targets->MoveNext()) {
+        const std::string target(targets->Text(Index(TargetField::Name)));
+        switch (pushTo(session, *targets, payload)) {
+        case Outcome::Sent:
+            progress.AppendResult(target + ": message was sent to push server");
+            ++pushed;
+            break;
+        case Outcome::NoServer:
+            session.log("PushAlert:unable to push to " + target + "; no PushServer");
+            progress.AppendResult(target + ": unable to push (no Push server)");
+            ++failed;
+            break;
+        case Outcome::NoPin:
+            session.log("PushAlert: unable to push to " + target + "; no PIN");
+            progress.AppendResult(target + ": unable to push (no PIN)");
+            ++failed;
+            break;
+        case Outcome::Failed:
+            progress.AppendResult(target + ": push failed, see log for details");
+            ++failed;
+            break;
+        }
+        progress.SetValue(pushed + failed, total);
+    }
+    const std::string counts =
+        "; Pushed=" + std::to_string(pushed) + "; Failed=" + std::to_string(failed);
+    if (progress.Cancelled()) {
+        session.log("PushAlertToList: user cancelled push for: " + name + counts);
+        return;
+    }
+    if (failed > 0)
+        progress.AppendResult("Failed to push " + name + " to " + std::to_string(failed) +
+                              " targets");
+    if (pushed > 0) {
+        progress.AppendResult("Successfully pushed " + name + " to " + std::to_string(pushed) +
+                              " targets");
+        Trap(
+            [&] {
+                SetKey(list, "MPL.LastPushDate", session.platform.clock.now());
+                list.Save();
+            },
+            [&](const Trapped& error) { session.log("PushAlertToList: " + error.text()); });
+    }
+    session.log("PushAlertToList: ListName = " + name + counts);
+}
+
+ListRow PushListRow(AgentSession& session, RDOMessage& list) {
+    ListRow row;
+    row.key = list.ID().text();
+    row.tag = "mpl";
+    row.icon = "imgExclamation";
+    row.texts = {list.Subject(), KeyText(list, "MPL.Target"),
+                 std::to_string(KeyNumber(list, "MPL.Target.Count", 0)),
+                 LastPushText(session, list, "MPL.LastPushDate")};
+    return row;
+}
+
+} // namespace kr
