@@ -84,11 +84,14 @@ void Console::addFixedNodes() {
 
 std::string Console::LoadTreeRoot() {
     ClearTreeView();
-    TreeNode* root =
-        m_tree.Add("", "agent", "agent", "zandrelAgent - " + m_session.agentName, "imgAgent");
+    m_tree.Add("", "agent", "agent", "zandrelAgent - " + m_session.agentName, "imgAgent");
     addFixedNodes();
     for (const auto& build : m_builders)
         build(*this);
+    // found here only: a builder lets events run, which may have rebuilt the tree
+    TreeNode* root = m_tree.Find("agent");
+    if (!root)
+        return {};
     m_view.ExpandNode(*root, true);
     m_view.SelectNode(*root);
     const std::string text = root->text;

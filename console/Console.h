@@ -107,6 +107,8 @@ public:
     bool LoadOvertaken() const { return m_running != m_load; }
     /// A loader is under way, perhaps below this call.
     bool Loading() const { return m_running != 0; }
+    /// Changes whenever the list gets another content: a walk through its rows ends then.
+    uint64_t ListNumber() const { return m_load; }
     /// What is loading has lost, as if another node had been clicked.
     void StopLoad() { ++m_load; }
 

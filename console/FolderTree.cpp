@@ -48,7 +48,9 @@ bool FolderTree::loadMailbox() {
     std::string_view step = "DefaultStore";
     return Trap(
         [&] {
-            m_mailbox = m_rdo.Stores().DefaultStore();
+            m_mailbox = m_options.mailbox.empty()
+                            ? m_rdo.Stores().DefaultStore()
+                            : m_rdo.GetSharedMailbox("SMTP:" + m_options.mailbox);
             const std::string name = ReplaceAll(m_mailbox->Name(), "Mailbox - ", "");
             step = "IPMRootFolder";
             auto root = m_mailbox->IPMRootFolder();

@@ -15,6 +15,8 @@ struct MenuEntryState {
     std::string name;
     bool visible = false;
     bool enabled = true;
+    /// Instead of that of the menu table, where it isn't empty.
+    std::string caption = {};
 };
 
 /// What the console asks of the window that shows it: frmFleetMain, or the twin of the tests.

@@ -38,6 +38,7 @@ constexpr MenuEntry kEntries[] = {
     {"mnuLookupDelete", "Delete Domain Lookup", "Sub", ""},
     {"mnuRegFindHandheld", "Find Handheld", "Sub", "Ctrl+F"},
     {"mnuRegImportData", "Import from CSV", "Sub", ""},
+    {"mnuRegImportPIN", "Import PIN CSV", "Sub", ""},
     {"mnuRegBesDetails", "Details", "Sub", ""},
     {"mnuRegDetail", "Details", "Sub", ""},
     {"mnuRegMgmt", "Asset Management", "Sub", ""},

@@ -72,6 +72,16 @@ void TreeModel::RemoveChildren(TreeNode& node) {
         Remove(*node.children.back());
 }
 
+bool TreeModel::SetKey(TreeNode& node, std::string_view key) {
+    const std::string marked = NumericMark(key, true);
+    if (const auto [place, added] = m_nodes.try_emplace(marked, &node); !added)
+        return place->second == &node;
+    m_nodes.erase(node.key);
+    node.key = marked;
+    changed(node);
+    return true;
+}
+
 void TreeModel::SetText(TreeNode& node, std::string_view text) {
     node.text = text;
     changed(node);

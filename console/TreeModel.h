@@ -49,6 +49,8 @@ public:
     TreeNode* Find(std::string_view key);
     void Remove(TreeNode& node);
     void RemoveChildren(TreeNode& node);
+    /// Gives a node another key; false when another node has it.
+    bool SetKey(TreeNode& node, std::string_view key);
     void SetText(TreeNode& node, std::string_view text);
     void SetImage(TreeNode& node, std::string_view image);
     void SetGhosted(TreeNode& node, bool ghosted);

@@ -4,6 +4,7 @@
 #include "console/basUsers.h"
 #include "core/Text.h"
 #include "core/Trap.h"
+#include "core/basDirectory.h"
 #include "core/basStore.h"
 
 namespace kr {
@@ -83,6 +84,8 @@ void setField(RDOMessage& record, UserFieldID field, const Value& value) {
 
 // --- Adding
 
+constexpr int kQueryList = 3;
+
 enum class PickKind { User, List, Other };
 
 PickKind kindOf(const AddressEntry& entry) {
@@ -128,6 +131,16 @@ AddressEntryPtr pickEntry(AgentSession& session, const RecipientPicker& pick) {
     }
 }
 
+/// The people of a query-based list; lists among them are left out.
+void collectQueried(AgentSession& session, AddressEntry& list, std::set<EntryID>& seen,
+                    std::vector<NewUser>& users) {
+    if (seen.insert(list.ID()).second)
+        ExpandQueryDLUsers(session, addressOf(list),
+                           [&](const std::string& name, const std::string& address) {
+                               users.push_back({name, address});
+                           });
+}
+
 /// Members of the list and of the lists in it, each list entered once.
 void collectMembers(AgentSession& session, AddressEntry& list, std::set<EntryID>& seen,
                     std::vector<NewUser>& users) {
@@ -139,6 +152,8 @@ void collectMembers(AgentSession& session, AddressEntry& list, std::set<EntryID>
             collectMembers(session, *member, seen, users);
         else if (kind == PickKind::User)
             users.push_back({member->Name(), addressOf(*member)});
+        else if (member->DisplayType() == kQueryList)
+            collectQueried(session, *member, seen, users);
         else
             session.log("AddUsers: " + member->Name() + " is neither a user nor a list");
         session.ui().DoEvents();

@@ -16,6 +16,8 @@ struct ListColumn {
     std::string title;
     /// Sort kind and, from "sort" on, a hidden helper column.
     std::string key;
+    /// Header and cells stand in the middle.
+    bool centred = false;
     bool visible() const;
     SortKind kind() const;
 };

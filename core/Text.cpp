@@ -17,6 +17,12 @@ bool isAscii(std::string_view text) {
 
 char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
 
+std::string lowerAsciiText(std::string_view text) {
+    std::string out(text);
+    std::transform(out.begin(), out.end(), out.begin(), lowerAscii);
+    return out;
+}
+
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 /// Applies a simple (one to one) mapping to each code point; stray bytes pass as they are.
@@ -46,11 +52,9 @@ std::string mapPoints(std::string_view text, Map map) {
 } // namespace
 
 std::string Fold(std::string_view text) {
-    if (!isAscii(text))
-        return mapPoints(text, [](UChar32 c) { return u_foldCase(c, U_FOLD_CASE_DEFAULT); });
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(), lowerAscii);
-    return out;
+    return isAscii(text)
+               ? lowerAsciiText(text)
+               : mapPoints(text, [](UChar32 c) { return u_foldCase(c, U_FOLD_CASE_DEFAULT); });
 }
 
 bool EqualNoCase(std::string_view a, std::string_view b) {
@@ -88,7 +92,8 @@ size_t FindNoCase(std::string_view text, std::string_view part) {
 }
 
 std::string ToLower(std::string_view text) {
-    return mapPoints(text, [](UChar32 c) { return u_tolower(c); });
+    return isAscii(text) ? lowerAsciiText(text)
+                         : mapPoints(text, [](UChar32 c) { return u_tolower(c); });
 }
 
 std::string ToUpper(std::string_view text) {

@@ -1,5 +1,7 @@
 #include "core/basDirectory.h"
 
+#include <utility>
+
 #include "core/Text.h"
 #include "core/Trap.h"
 
@@ -19,17 +21,13 @@ DirectoryQuery::Scope scopeOf(std::string_view text) {
                                          : DirectoryQuery::Scope::SubTree;
 }
 
-/// The forest root's path by an open connection.
-std::string rootPath(AgentSession& session, Directory& directory) {
-    const auto failed = [&](const std::string& what) {
-        return [&session, what](const Trapped& error) {
-            session.log("GetRootADsPath:" + what + error.text());
-        };
-    };
-    const std::string root = Trap([&] { return directory.RootDSE("rootDomainNamingContext"); },
-                                  failed("error retrieving rootDomainNamingContext "));
-    if (root.empty())
-        return {};
+/// The redundant pair of parentheses is the directory client's own form.
+std::string listFilterOf(std::string_view address) {
+    return "((proxyAddresses=SMTP:" + EscapeFilterValue(address) + "))";
+}
+
+/// Binds to the forest's domain: the path is worth nothing when that fails.
+std::string boundPath(AgentSession& session, Directory& directory, const std::string& root) {
     const std::string path = std::string(kCatalog) + root;
     DirectoryQuery domain = QueryOf({"<" + path + ">", "(objectClass=*)", "1.1", "base"});
     domain.pageSize = 0;
@@ -38,7 +36,10 @@ std::string rootPath(AgentSession& session, Directory& directory) {
             directory.Execute(domain, [](const DirectoryRow&) {});
             return path;
         },
-        failed("error retrieving Domain object using " + path + ": "));
+        [&](const Trapped& error) {
+            session.log("GetRootADsPath:error retrieving Domain object using " + path + ": " +
+                        error.text());
+        });
 }
 
 } // namespace
@@ -82,32 +83,36 @@ DirectoryKind KindOf(const DirectoryRow& row) {
                : DirectoryKind::Other;
 }
 
-bool ForestCatalog::open() {
-    if (m_tried)
-        return !m_root.empty();
-    m_tried = true;
+OpenedDirectory OpenDirectory(AgentSession& session, std::string_view rootAttribute,
+                              const std::function<bool()>& stop) {
+    OpenedDirectory result;
+    bool done = false;
+    const auto take = [&](const std::string& value, const PlatformError* error) {
+        done = true;
+        result.root = value;
+        if (error != nullptr)
+            result.problem = Trapped{error->number(), error->description()}.text();
+    };
     Trap(
         [&] {
-            m_directory = m_session.platform.directory.CreateConnection();
-            m_directory->Open();
+            result.connection = session.platform.directory.CreateConnection();
+            result.connection->StartOpen(rootAttribute, take);
+            while (!done && !(stop && stop())) {
+                session.platform.events.Run(kSlice);
+                session.ui().DoEvents();
+            }
         },
-        [&](const Trapped& error) {
-            m_session.log("GetRootADsPath:unable to create rootDSE object " + error.text());
-            m_directory.reset();
-        });
-    if (m_directory)
-        m_root = rootPath(m_session, *m_directory);
-    return !m_root.empty();
+        [&](const Trapped& error) { result.problem = error.text(); });
+    // one that still opens would call back later
+    if (!done || (result.connection && !result.connection->IsOpen()))
+        result.connection.reset();
+    if (!result.connection)
+        result.root.clear();
+    return result;
 }
 
-const std::string& ForestCatalog::RootADsPath() {
-    open();
-    return m_root;
-}
-
-bool ForestCatalog::Run(const QueryParts& query, const OnRow& onRow, const Stop& stop) {
-    if (!open())
-        return false;
+bool RunDirectoryQuery(AgentSession& session, Directory& directory, const QueryParts& query,
+                       const DirectoryRowSink& onRow, const DirectoryStop& stop) {
     return TrapSilently([&] {
         bool succeeded = false;
         bool stopped = false;
@@ -116,48 +121,81 @@ bool ForestCatalog::Run(const QueryParts& query, const OnRow& onRow, const Stop&
                 return;
             // a row that its receiver can't take is no reason to lose the rest
             TrapSilently([&] { onRow(row); });
-            m_session.ui().DoEvents();
+            session.ui().DoEvents();
             stopped = stop && stop();
         };
-        const auto search =
-            m_directory->Start(QueryOf(query), take,
-                               [&](const PlatformError* error) { succeeded = error == nullptr; });
+        const auto search = directory.Start(QueryOf(query), take, [&](const PlatformError* error) {
+            succeeded = error == nullptr;
+        });
+        if (!search)
+            return false;
+        struct Guard {
+            DirectorySearch& search;
+            ~Guard() { search.Cancel(); }
+        };
+        const Guard guard{*search};
         while (!search->Done() && !stopped) {
-            m_session.platform.events.Run(kSlice);
-            m_session.ui().DoEvents();
+            session.platform.events.Run(kSlice);
+            session.ui().DoEvents();
             stopped = stopped || (stop && stop());
         }
-        search->Cancel();
         return succeeded || stopped;
     });
 }
 
-ForestCatalog::List ForestCatalog::listOf(std::string_view address, std::string_view attributes) {
-    List list;
-    Run({"<" + RootADsPath() + ">",
-         // the pair of redundant parentheses is what the directory's own client takes
-         "((proxyAddresses=SMTP:" + EscapeFilterValue(address) + "))", std::string(attributes),
-         "subTree"},
-        [&](const DirectoryRow& row) {
-            if (!list.filter.empty())
-                return;
-            list.filter = row.First(kListFilter);
-            list.base = row.First(kListBase);
-        });
-    return list;
+bool ForestCatalog::open(const Stop& stop) {
+    if (std::exchange(m_tried, true))
+        return !m_root.empty();
+    OpenedDirectory opened = OpenDirectory(m_session, "rootDomainNamingContext", stop);
+    m_directory = std::move(opened.connection);
+    if (!opened.root.empty())
+        m_root = boundPath(m_session, *m_directory, opened.root);
+    else if (!opened.problem.empty())
+        m_session.log((m_directory ? "GetRootADsPath:error retrieving rootDomainNamingContext "
+                                   : "GetRootADsPath:unable to create rootDSE object ") +
+                      opened.problem);
+    return !m_root.empty();
+}
+
+const std::string& ForestCatalog::RootADsPath() {
+    open({});
+    return m_root;
+}
+
+bool ForestCatalog::Run(const QueryParts& query, const OnRow& onRow, const Stop& stop) {
+    return open(stop) && RunDirectoryQuery(m_session, *m_directory, query, onRow, stop);
+}
+
+bool ForestCatalog::readList(const std::string& listFilter, std::string_view attributes,
+                             List& list) {
+    return Run({"<" + RootADsPath() + ">", listFilter, std::string(attributes), "subTree"},
+               [&](const DirectoryRow& row) {
+                   if (!list.filter.empty())
+                       return;
+                   list.filter = row.First(kListFilter);
+                   list.base = row.First(kListBase);
+               });
 }
 
 bool ForestCatalog::IsQueryDL(std::string_view address) {
-    return !address.empty() && !listOf(address, kListFilter).filter.empty();
+    List list;
+    if (!address.empty())
+        readList(listFilterOf(address), kListFilter, list);
+    return !list.filter.empty();
 }
 
 bool ForestCatalog::RunQueryDL(std::string_view address, std::string_view attributes,
                                const OnRow& onRow, const Stop& stop) {
-    if (address.empty())
+    return address.empty() || RunListOf(listFilterOf(address), attributes, onRow, stop);
+}
+
+bool ForestCatalog::RunListOf(const std::string& listFilter, std::string_view attributes,
+                              const OnRow& onRow, const Stop& stop) {
+    List list;
+    if (!readList(listFilter, std::string(kListFilter) + "," + std::string(kListBase), list))
         return false;
-    const List list = listOf(address, std::string(kListFilter) + "," + std::string(kListBase));
     if (list.filter.empty())
-        return false;
+        return true;
     QueryParts query{"<" + m_root + ">", list.filter, std::string(attributes), "subTree"};
     if (!list.base.empty())
         SetQueryBase(query, list.base);

@@ -27,13 +27,30 @@ DirectoryQuery QueryOf(const QueryParts& query);
 enum class DirectoryKind { Other, Person, Group, QueryList };
 DirectoryKind KindOf(const DirectoryRow& row);
 
+struct OpenedDirectory {
+    std::unique_ptr<Directory> connection; // nullptr when it can't be opened
+    std::string root;                      // "" when the attribute can't be read
+    std::string problem;                   // number and words of what failed
+};
+/// Opens a connection and reads that attribute of its rootDSE, while events run. `stop` ends the
+/// waiting, which leaves all empty.
+OpenedDirectory OpenDirectory(AgentSession& session, std::string_view rootAttribute,
+                              const std::function<bool()>& stop = {});
+
+using DirectoryRowSink = std::function<void(const DirectoryRow&)>;
+/// Asked between rows; true ends the query, which counts as a success.
+using DirectoryStop = std::function<bool()>;
+/// Runs a query on an open connection to its end, with events between the rows. False when it
+/// fails; the rows that came before count.
+bool RunDirectoryQuery(AgentSession& session, Directory& directory, const QueryParts& query,
+                       const DirectoryRowSink& onRow, const DirectoryStop& stop = {});
+
 /// A connection that serves all queries of one walk. It opens at the first one; a directory that
 /// fails to open isn't asked again, which could take its time-out every time.
 class ForestCatalog {
 public:
-    using OnRow = std::function<void(const DirectoryRow&)>;
-    /// Asked between rows; true ends the query, which counts as a success.
-    using Stop = std::function<bool()>;
+    using OnRow = DirectoryRowSink;
+    using Stop = DirectoryStop;
 
     explicit ForestCatalog(AgentSession& session) : m_session(session) {}
     ForestCatalog(const ForestCatalog&) = delete;
@@ -41,8 +58,7 @@ public:
 
     /// As GetRootADsPath.
     const std::string& RootADsPath();
-    /// Rows as they come, events run between them. False when the query fails; the rows that came
-    /// before count.
+    /// As RunDirectoryQuery.
     bool Run(const QueryParts& query, const OnRow& onRow, const Stop& stop = {});
 
     /// The filter of the query-based list of that address has text.
@@ -50,14 +66,17 @@ public:
     /// The rows that match the filter of the query-based list of that address, below its base.
     bool RunQueryDL(std::string_view address, std::string_view attributes, const OnRow& onRow,
                     const Stop& stop = {});
+    /// The same of the list that a filter finds; one that isn't there has no rows.
+    bool RunListOf(const std::string& listFilter, std::string_view attributes, const OnRow& onRow,
+                   const Stop& stop = {});
 
 private:
     struct List {
         std::string filter;
         std::string base;
     };
-    List listOf(std::string_view address, std::string_view attributes);
-    bool open();
+    bool readList(const std::string& listFilter, std::string_view attributes, List& list);
+    bool open(const Stop& stop);
 
     AgentSession& m_session;
     std::unique_ptr<Directory> m_directory;

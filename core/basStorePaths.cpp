@@ -2,6 +2,7 @@
 
 #include "core/Text.h"
 #include "core/Trap.h"
+#include "core/basDirectory.h"
 #include "core/basStore.h"
 
 /// Folders by their display path, and the people behind a recipient list.
@@ -71,7 +72,7 @@ RDOFolderPtr walk(AgentSession& session, RDOFolderPtr folder, const std::string&
 /// Walks address entries and collects the people; lists that were seen aren't entered again.
 class Expansion {
 public:
-    explicit Expansion(AgentSession& session) : m_session(session) {}
+    explicit Expansion(AgentSession& session) : m_session(session), m_catalog(session) {}
     /// The entry that `get` gives; one that can't be read is logged, and the others go on.
     template <class Get>
     void Add(Get get) {
@@ -106,28 +107,10 @@ private:
 
     /// A query-based list names a filter and a base; whoever matches is a member.
     void askDirectory(AddressEntry& entry) {
-        Trap(
-            [&] {
-                auto directory = m_session.platform.directory.CreateConnection();
-                directory->Open();
-                DirectoryQuery list;
-                list.base = directory->RootDSE("rootDomainNamingContext");
-                list.filter = "(legacyExchangeDN=" + EscapeFilterValue(entry.Address()) + ")";
-                list.attributes = {"msExchDynamicDLFilter", "msExchDynamicDLBaseDN"};
-                DirectoryQuery members;
-                members.attributes = {"displayName", "name", "mail", "proxyAddresses"};
-                directory->Execute(list, [&](const DirectoryRow& row) {
-                    members.filter = row.First("msExchDynamicDLFilter");
-                    members.base = row.First("msExchDynamicDLBaseDN");
-                });
-                if (members.base.empty())
-                    members.base = list.base;
-                if (members.filter != DirectoryQuery().filter && !members.filter.empty())
-                    directory->Execute(members, [&](const DirectoryRow& row) { addPerson(row); });
-            },
-            [&](const Trapped& error) {
-                m_session.log("ExpandRecipients: query of " + entry.Name() + ": " + error.text());
-            });
+        const std::string list = "(legacyExchangeDN=" + EscapeFilterValue(entry.Address()) + ")";
+        if (!m_catalog.RunListOf(list, "displayName,name,mail,proxyAddresses",
+                                 [&](const DirectoryRow& row) { addPerson(row); }))
+            m_session.log("ExpandRecipients: query of " + entry.Name() + " failed");
     }
 
     void addPerson(const DirectoryRow& row) {
@@ -142,6 +125,7 @@ private:
     }
 
     AgentSession& m_session;
+    ForestCatalog m_catalog;
     std::set<EntryID> m_seen;
 };
 

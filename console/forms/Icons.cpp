@@ -12,6 +12,8 @@ namespace kr {
 
 namespace {
 
+constexpr std::string_view kGhost = "Ghost";
+
 /// Draws another icon with a part of its strength, sharp at every scale.
 class DimmedEngine : public QIconEngine {
 public:
@@ -50,6 +52,9 @@ bool HasIcon(std::string_view name) {
 }
 
 const QIcon& IconOf(std::string_view name, bool dimmed) {
+    // the image of an inactive source: that of an active one, dimmed
+    if (name.ends_with(kGhost) && !HasIcon(name))
+        return IconOf(name.substr(0, name.size() - kGhost.size()), true);
     static QHash<QByteArray, QIcon> icons[2];
     const QByteArray key(name.data(), static_cast<qsizetype>(name.size()));
     auto found = icons[dimmed].constFind(key);

@@ -54,6 +54,8 @@ int ListAdapter::columnCount(const QModelIndex& parent) const {
 
 Qt::Alignment ListAdapter::alignment(int column) const {
     const ListColumn& definition = m_list.Columns()[static_cast<size_t>(column)];
+    if (definition.centred)
+        return Qt::AlignCenter;
     const bool right = column > 0 && definition.kind() == SortKind::Number;
     return (right ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
 }

@@ -40,6 +40,7 @@ constexpr SettingEntry kSettingEntries[] = {
 
 constexpr const char* kViewModes[] = {"mnuListViewMode(0)", "mnuListViewMode(1)",
                                       "mnuListViewMode(2)", "mnuListViewMode(3)"};
+constexpr const char* kCaption = "caption"; // an entry's own one, by the menu table
 constexpr const char* kThemes[] = {"mnuViewTheme(0)", "mnuViewTheme(1)", "mnuViewTheme(2)"};
 
 bool opensMenu(std::string_view name) {
@@ -103,6 +104,7 @@ QAction* frmFleetMain::makeEntry(const QString& name, const QString& caption) {
         connect(action, &QAction::triggered, this, [this, name] { onEntry(name); });
     }
     action->setObjectName(name);
+    action->setProperty(kCaption, caption);
     m_entries[name] = action;
     return action;
 }
@@ -138,6 +140,8 @@ void frmFleetMain::SetMenuEntries(const std::vector<MenuEntryState>& entries) {
             continue;
         action->setVisible(entry.visible);
         action->setEnabled(entry.enabled);
+        action->setText(entry.caption.empty() ? action->property(kCaption).toString()
+                                              : FromUtf8(entry.caption));
     }
     QAction* properties = m_entries.value("mnuActionmnuProps");
     const bool choosable = properties->isVisible() && properties->isEnabled();

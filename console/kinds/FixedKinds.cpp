@@ -12,14 +12,12 @@ struct FixedNodeKind {
     std::string_view tag;
     std::string_view status;
     bool report = false;
-    bool tasks = false;
 };
 constexpr FixedNodeKind kFixed[] = {
     {"agent", ""},
     {"mgmt", ""},
     {"epsroot", ""},
     {"persroot", ""},
-    {"serverroot", Console::kMissingFeature, false, true},
     {"bsrroot", Console::kMissingFeature, true},
 };
 
@@ -32,7 +30,6 @@ public:
         console.ShowStatus(m_fixed.status);
     }
     bool ShowsReport() const override { return m_fixed.report; }
-    bool WatchesTasks() const override { return m_fixed.tasks; }
 
 private:
     const FixedNodeKind& m_fixed;

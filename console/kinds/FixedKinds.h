@@ -4,8 +4,8 @@ namespace kr {
 
 class Console;
 
-/// Registers the kinds of the fixed nodes that only group others, of the nodes whose frame the
-/// console gives (report, servers), and of users; the commands on users with them.
+/// Registers the kinds of the fixed nodes that only group others, of the report's node, and of
+/// users; the commands on users with them.
 void RegisterFixedKinds(Console& console);
 
 } // namespace kr

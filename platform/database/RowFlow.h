@@ -14,7 +14,10 @@ namespace kr {
 class RowFlow {
 public:
     using Rows = std::vector<std::vector<Value>>;
-    static constexpr size_t kBatch = 200;
+    static constexpr size_t kBatch = 1000;
+
+    /// `wake` is called when there is something to deliver.
+    explicit RowFlow(std::function<void()> wake) : m_wake(std::move(wake)) {}
 
     void Describe(std::vector<std::string> names) {
         const std::lock_guard lock(m_mutex);
@@ -22,7 +25,11 @@ public:
         m_described = true;
     }
     /// False when nobody takes rows any more.
-    bool Push(Rows rows) { return m_rows.Push(std::move(rows)); }
+    bool Push(Rows rows) {
+        const bool taken = m_rows.Push(std::move(rows));
+        m_wake();
+        return taken;
+    }
     void Close() { m_rows.Close(); }
 
     /// Hands over what has come so far; on the caller's thread only.
@@ -46,6 +53,7 @@ public:
     }
 
 private:
+    std::function<void()> m_wake;
     Worker::Channel<Rows> m_rows;
     std::mutex m_mutex;
     std::vector<std::string> m_columns;

@@ -24,13 +24,14 @@ struct Job {
 void Worker::Run(std::function<void()> work, int seconds, const std::atomic<bool>* cancel,
                  const std::function<void()>& interrupt) {
     auto job = std::make_shared<Job>();
-    std::thread thread([job, work = std::move(work)] {
+    std::thread thread([job, work = std::move(work), wake = Waker()] {
         try {
             work();
         } catch (...) {
             job->error = std::current_exception();
         }
         job->done = true;
+        wake();
     });
     // also when a callback throws: the thread then goes on alone
     struct Release {

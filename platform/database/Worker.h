@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "platform/events/Events.h"
+#include "platform/events/EventsGate.h"
 
 namespace kr {
 
@@ -18,7 +19,16 @@ namespace kr {
 /// and ends whenever the driver lets it.
 class Worker {
 public:
-    explicit Worker(Events& events) : m_events(events) {}
+    explicit Worker(Events& events)
+        : m_events(events), m_gate(std::make_shared<EventsGate>(events)) {}
+    ~Worker() { m_gate->Close(); }
+    Worker(const Worker&) = delete;
+    Worker& operator=(const Worker&) = delete;
+
+    /// What a job calls when it has something for the caller, who takes it in `onTurn`.
+    std::function<void()> Waker() const {
+        return [gate = m_gate] { gate->Post([] {}); };
+    }
 
     /// Runs `job` to its end, or until `cancel` is set or `seconds` are over (0: no end); then
     /// calls `interrupt` once, waits a little more, and throws PlatformError. Exceptions of the job
@@ -67,6 +77,7 @@ public:
 
 private:
     Events& m_events;
+    std::shared_ptr<EventsGate> m_gate; // closed to a job that was left behind
 };
 
 } // namespace kr

@@ -55,6 +55,22 @@ public:
     /// Opens and binds; throws PlatformError. Server, port, TLS and account come from the machine's
     /// settings, else DNS and the person's Kerberos ticket are tried.
     virtual void Open() = 0;
+    /// Opens without waiting and reads that attribute of the rootDSE. `onDone` comes once while
+    /// events run, with nullptr on success, unless Close or the end of this object comes first. A
+    /// connection that knows no other way waits.
+    virtual void
+    StartOpen(std::string_view rootAttribute,
+              const std::function<void(const std::string& value, const PlatformError*)>& onDone) {
+        std::string value;
+        try {
+            Open();
+            value = RootDSE(rootAttribute);
+        } catch (const PlatformError& error) {
+            onDone({}, &error);
+            return;
+        }
+        onDone(value, nullptr);
+    }
     virtual bool IsOpen() const = 0;
     /// An attribute of the rootDSE, such as "rootDomainNamingContext"; throws when it can't be
     /// read.

@@ -72,6 +72,9 @@ public:
     /// this object changed is written: the last save wins for each property.
     virtual void Save() = 0;
     virtual void Delete() = 0;
+    /// Puts the saved message into another folder, also of another store, wholly or not at all. It
+    /// gets a new id, which ID() gives from then on; what isn't saved yet is lost.
+    virtual void MoveTo(const RDOFolder& target) = 0;
     /// Puts the message into the inboxes of its recipients and itself into the sent items.
     virtual void Send() = 0;
 };

@@ -41,6 +41,8 @@ struct PickedRecipient {
 /// What the folder picker may offer; see FolderPick for the answer.
 struct FolderPickOptions {
     bool showMailbox = true;
+    /// Address of the mailbox to show; empty: the one that the session is logged on to.
+    std::string mailbox;
     bool showPublicFolders = true;
     bool allowMail = false;
     bool allowContacts = false;

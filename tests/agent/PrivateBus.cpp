@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +17,20 @@
 namespace kr {
 
 using namespace std::chrono_literals;
+
+namespace {
+
+bool listens(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool there = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    close(fd);
+    return there;
+}
+
+} // namespace
 
 PrivateBus::PrivateBus() {
     std::string pattern = "/tmp/kr-bus-XXXXXX";
@@ -53,8 +69,9 @@ bool PrivateBus::Start() {
         m_daemon = 0;
         return false;
     }
-    for (int i = 0; i < 300; ++i) {
-        if (std::filesystem::exists(m_folder + "/bus", ignored))
+    // the socket's file is there some moments before anybody listens
+    for (int i = 0; i < 1000; ++i) {
+        if (listens(m_folder + "/bus"))
             return true;
         std::this_thread::sleep_for(10ms);
     }

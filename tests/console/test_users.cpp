@@ -376,6 +376,31 @@ TEST_F(Users, AddsTheMembersOfNestedListsOnce) {
     EXPECT_TRUE(AddUsers(session(), picks({"Sales"})).empty());
 }
 
+TEST_F(Users, AQueryBasedListInAListGivesItsPeople) {
+    ASSERT_TRUE(LoadUsers(session()));
+    {
+        Organisation org(world.storePath());
+        const std::string dn = "/o=Example/ou=First/cn=Recipients/cn=";
+        org.AddMember(dn + "sales", dn + "everybody");
+    }
+    const std::string category = ",CN=Schema,CN=Configuration,DC=example,DC=test";
+    world.directory.answers["((proxyAddresses=SMTP:everybody@example.test))"] = {
+        {{"msExchDynamicDLFilter", {"(department=D1)"}}}};
+    world.directory.answers["(department=D1)"] = {
+        {{"name", {"Dan"}},
+         {"mail", {"Dan@Example.test"}},
+         {"objectCategory", {"CN=Person" + category}}},
+        {{"name", {"No Mail"}}, {"objectCategory", {"CN=Person" + category}}},
+        {{"name", {"Group"}},
+         {"mail", {"g@example.test"}},
+         {"objectCategory", {"CN=Group" + category}}}};
+    world.ui.Expect("", BoxAnswer::Yes);
+    EXPECT_EQ(AddUsers(session(), picks({"Sales"})).size(), 4U);
+    EXPECT_EQ(emails(),
+              "alice@example.test bob@example.test obrien@example.test dan@example.test ");
+    EXPECT_TRUE(world.logHas("AddUsers: no address for No Mail"));
+}
+
 TEST_F(Users, AWrongPickIsAskedForAgain) {
     ASSERT_TRUE(LoadUsers(session()));
     const char* const again =

@@ -86,6 +86,7 @@ public:
     RDOFolderPtr Parent() const override { return wrap(real().Parent()); }
     void Save() override { real().Save(); }
     void Delete() override { real().Delete(); }
+    void MoveTo(const RDOFolder& target) override { real().MoveTo(target); }
     void Send() override { real().Send(); }
 };
 

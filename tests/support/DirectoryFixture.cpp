@@ -302,7 +302,8 @@ void DirectoryFixture::writeEntries() const {
     list("Sales", "sales", "group", "Group", "", "");
     out << "dn: DC=apac," << forest
         << "\nobjectClass: referral\nobjectClass: extensibleObject\nDC: apac\n"
-        << "ref: ldap://127.0.0.1:1/DC=apac," << forest << "\n\n";
+        << "ref: ldap://127.0.0.1:1/DC=apac," << forest << "\n\n"
+        << m_options.extraEntries;
 }
 
 bool DirectoryFixture::makeCertificates() {

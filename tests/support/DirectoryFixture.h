@@ -30,6 +30,8 @@ public:
         /// Environment of the server, such as "KRB5_KTNAME=FILE:...".
         std::vector<std::string> environment;
         std::string extraConfiguration;
+        /// Further entries as LDIF, each with an empty line behind it.
+        std::string extraEntries;
     };
 
     DirectoryFixture() : DirectoryFixture(Options()) {}

@@ -5,14 +5,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
-#include <utility>
 
 #include "core/Text.h"
 #include "platform/database/Database.h"
 #include "platform/database/local/Delimited.h"
+#include "platform/database/local/Numbers.h"
 #include "platform/database/local/TableSource.h"
 
 namespace kr {
@@ -22,8 +24,29 @@ namespace {
 using SteadyClock = std::chrono::steady_clock;
 /// Milliseconds between two looks at the cancel mark.
 constexpr int kTurn = 50;
+/// Bytes that a program may write.
+constexpr size_t kMostOutput = 1U << 30U;
 constexpr const char* kNull = "\\N";
 constexpr const char* kDateFormat = "%Y-%m-%d %H:%M:%S";
+
+/// This process's environment without its language: the programs are to write numbers and names in
+/// one form everywhere.
+class Environment {
+public:
+    Environment() {
+        for (char** entry = environ; *entry; ++entry)
+            if (const std::string_view text(*entry);
+                !text.starts_with("LC_") && !text.starts_with("LANG"))
+                m_entries.push_back(*entry);
+        m_entries.push_back(m_language.data());
+        m_entries.push_back(nullptr);
+    }
+    char** get() { return m_entries.data(); }
+
+private:
+    std::string m_language = "LC_ALL=C.UTF-8";
+    std::vector<char*> m_entries;
+};
 
 /// A child process whose output is read; killed when it is still there at the end.
 class Child {
@@ -42,8 +65,9 @@ public:
         for (const std::string& word : words)
             arguments.push_back(const_cast<char*>(word.c_str()));
         arguments.push_back(nullptr);
-        const int rc =
-            posix_spawnp(&m_pid, arguments[0], &actions, nullptr, arguments.data(), environ);
+        Environment environment;
+        const int rc = posix_spawnp(&m_pid, arguments[0], &actions, nullptr, arguments.data(),
+                                    environment.get());
         posix_spawn_file_actions_destroy(&actions);
         close(ends[1]);
         if (rc != 0) {
@@ -63,30 +87,31 @@ public:
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    /// All that it writes; throws after `seconds` (0: no end) or when `cancel` is set.
-    std::string Read(int seconds, const std::atomic<bool>* cancel) {
+    /// All that it writes until it ends by itself; throws after `seconds` (0: no end) or when
+    /// `cancel` is set. False when it failed or was killed.
+    bool Read(int seconds, const std::atomic<bool>* cancel, std::string& text) {
         const auto start = SteadyClock::now();
-        std::string text;
         std::array<char, 65536> piece{};
-        for (;;) {
+        for (bool open = true;;) {
             if (cancel && *cancel)
                 throw PlatformError(DB_E_CANCELED, "Operation was canceled.", "Access");
             if (seconds > 0 && SteadyClock::now() - start > std::chrono::seconds(seconds))
                 throw PlatformError(DB_E_TIMEOUT, "Timeout expired", "Access");
-            pollfd wait{m_out, POLLIN, 0};
-            if (poll(&wait, 1, kTurn) <= 0)
+            // what closes its output need not end
+            int status = 0;
+            if (!open && waitpid(m_pid, &status, WNOHANG) == m_pid) {
+                m_pid = -1;
+                return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+            }
+            pollfd wait{open ? m_out : -1, POLLIN, 0};
+            if (poll(&wait, 1, open ? kTurn : 1) <= 0)
                 continue;
             const ssize_t size = read(m_out, piece.data(), piece.size());
-            if (size <= 0)
-                return text;
-            text.append(piece.data(), static_cast<size_t>(size));
+            open = size > 0 || (size < 0 && errno == EINTR);
+            text.append(piece.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+            if (text.size() > kMostOutput)
+                throw PlatformError(DB_E_FAIL, "The table is too large.", "Access");
         }
-    }
-    /// Whether it ended by itself with 0.
-    bool Succeeded() {
-        int status = 0;
-        const pid_t pid = std::exchange(m_pid, -1);
-        return waitpid(pid, &status, 0) == pid && WIFEXITED(status) && WEXITSTATUS(status) == 0;
     }
 
 private:
@@ -95,17 +120,14 @@ private:
 };
 
 /// Bare numbers are numbers; what stood in quotes is text, also when it looks like a number.
-Value cellOf(const std::string& text, bool quoted) {
-    if (!quoted && (text == kNull || text.empty()))
+Value cellOf(const Delimited::Field& field) {
+    if (!field.quoted && (field.text == kNull || field.text.empty()))
         return {};
-    if (quoted)
-        return text;
-    char* end = nullptr;
-    const double number = std::strtod(text.c_str(), &end);
-    if (end != text.c_str() + text.size())
-        return text;
-    if (text.find_first_of(".eE") == std::string::npos && number > -2147483648.0 &&
-        number < 2147483648.0)
+    double number = 0;
+    if (field.quoted || !ReadNumber(field.text, number))
+        return field.text;
+    const bool whole = field.text.find_first_of(".eE") == std::string_view::npos;
+    if (whole && number > -2147483648.0 && number < 2147483648.0)
         return static_cast<int32_t>(number);
     return number;
 }
@@ -130,17 +152,18 @@ public:
         const std::string text = output({"mdb-export", "-0", kNull, "-b", "strip", "-T",
                                          kDateFormat, "-D", kDateFormat, m_path, *found});
         Delimited records(text, ',', '"');
-        std::vector<std::string> fields;
-        std::vector<bool> quoted;
-        if (!records.Next(fields, quoted))
+        std::vector<Delimited::Field> fields;
+        if (!records.Next(fields))
             return false;
-        const size_t count = fields.size();
-        sink.Columns(HeadingNames(fields));
+        std::vector<std::string> heading;
+        for (const auto& field : fields)
+            heading.emplace_back(field.text);
+        sink.Columns(HeadingNames(heading));
         std::vector<Value> row;
-        while (records.Next(fields, quoted)) {
-            row.assign(count, {});
-            for (size_t i = 0; i < count && i < fields.size(); ++i)
-                row[i] = cellOf(fields[i], quoted[i]);
+        while (records.Next(fields)) {
+            row.assign(heading.size(), {});
+            for (size_t i = 0; i < heading.size() && i < fields.size(); ++i)
+                row[i] = cellOf(fields[i]);
             if (!sink.Row(row))
                 return true;
         }
@@ -150,8 +173,8 @@ public:
 private:
     std::string output(const std::vector<std::string>& words) const {
         Child child(words);
-        std::string text = child.Read(m_seconds, m_cancel);
-        if (!child.Succeeded())
+        std::string text;
+        if (!child.Read(m_seconds, m_cancel, text))
             throw PlatformError(DB_E_FAIL, "Unrecognized database format '" + m_path + "'.",
                                 "Access");
         return text;

@@ -1,5 +1,6 @@
 #include <array>
 #include <cctype>
+#include <charconv>
 #include <cstdio>
 #include <utility>
 
@@ -232,7 +233,57 @@ void joinTexts(std::vector<Token>& tokens) {
     }
 }
 
+/// The name that a token is; "" when it is none.
+std::string nameOf(const Token& token) {
+    if (token.kind == Token::Word)
+        return token.text;
+    if (token.kind != Token::Name || token.text.size() < 3)
+        return {};
+    const std::string inside = token.text.substr(1, token.text.size() - 2);
+    const char quote = token.text.front();
+    return quote == '[' ? inside : ReplaceAll(inside, std::string(2, quote), std::string(1, quote));
+}
+
+/// TOP n at `at`, which is moved behind it.
+bool readTop(const std::vector<Token>& tokens, size_t& at, int64_t& most) {
+    if (!isWord(tokens, at, "top"))
+        return true;
+    if (at + 1 >= tokens.size())
+        return false;
+    const std::string& number = tokens[at + 1].text;
+    const auto read = std::from_chars(number.data(), number.data() + number.size(), most);
+    at += 2;
+    return read.ec == std::errc() && read.ptr == number.data() + number.size() && most > 0;
+}
+
 } // namespace
+
+std::optional<PlainSelect> ReadPlainSelect(std::string_view query) {
+    std::vector<Token> tokens = tokensOf(query);
+    bracketFiles(tokens);
+    PlainSelect plain;
+    size_t at = 1;
+    if (!isWord(tokens, 0, "select") || !readTop(tokens, at, plain.most))
+        return {};
+    if (isSign(tokens, at, "*")) {
+        ++at;
+    } else {
+        for (bool more = true; more; ++at) {
+            if (at >= tokens.size() || nameOf(tokens[at]).empty())
+                return {};
+            plain.columns.push_back(nameOf(tokens[at]));
+            more = isSign(tokens, at + 1, ",");
+            at += more ? 1 : 0;
+        }
+    }
+    // anything behind the table's name makes it a query for the engine
+    if (!isWord(tokens, at, "from") || at + 2 != tokens.size())
+        return {};
+    plain.table = nameOf(tokens[at + 1]);
+    if (plain.table.empty())
+        return {};
+    return plain;
+}
 
 std::string TranslateDialect(std::string_view query) {
     std::vector<Token> tokens = tokensOf(query);

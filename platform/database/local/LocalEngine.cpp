@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <atomic>
 #include <set>
 #include <utility>
@@ -106,6 +107,65 @@ private:
     Statement m_insert;
 };
 
+/// Hands the columns that a plain query picks straight to the caller.
+class PlainRows : public TableSink {
+public:
+    PlainRows(const PlainSelect& plain, int64_t maxRows, RowFlow& flow,
+              const std::atomic<bool>& stop)
+        : m_plain(plain), m_flow(flow), m_stop(stop), m_left(INT64_MAX) {
+        for (const int64_t most : {plain.most, maxRows})
+            if (most > 0)
+                m_left = std::min(m_left, most);
+    }
+    /// The table has not all the columns: the engine may know better, and else says so.
+    bool refused() const { return m_refused; }
+    void Finish() { m_flow.Push(std::move(m_batch)); }
+
+    void Columns(const std::vector<std::string>& names) override {
+        std::vector<std::string> picked = m_plain.columns.empty() ? names : Strings();
+        for (const std::string& wanted : m_plain.columns) {
+            const auto at = std::find_if(names.begin(), names.end(), [&](const auto& name) {
+                return EqualNoCase(name, wanted);
+            });
+            m_refused = m_refused || at == names.end();
+            if (m_refused)
+                return;
+            m_places.push_back(static_cast<size_t>(at - names.begin()));
+            picked.push_back(*at);
+        }
+        m_flow.Describe(std::move(picked));
+    }
+    bool Row(std::vector<Value>& values) override {
+        if (m_refused || m_stop || m_left-- <= 0)
+            return false;
+        auto& row = m_batch.emplace_back();
+        if (m_places.empty()) {
+            row = std::move(values);
+        } else {
+            row.reserve(m_places.size());
+            for (const size_t place : m_places)
+                row.push_back(values[place]); // a column may be picked twice
+        }
+        for (Value& value : row)
+            if (const auto* flag = value.get<bool>())
+                value = *flag ? 1 : 0; // as the engine gives it
+        return m_batch.size() < RowFlow::kBatch || m_flow.Push(std::exchange(m_batch, {}));
+    }
+
+private:
+    const PlainSelect& m_plain;
+    RowFlow& m_flow;
+    const std::atomic<bool>& m_stop;
+    int64_t m_left;
+    bool m_refused = false;
+    std::vector<size_t> m_places; // of the picked columns; none: all
+    RowFlow::Rows m_batch;
+};
+
+PlatformError noTable(const std::string& table) {
+    return {DB_E_NO_TABLE, "Could not find the object '" + table + "'.", "Local"};
+}
+
 /// The engine's memory and its source: what a worker keeps alive while it runs.
 struct Engine {
     sqlite3* db = nullptr;
@@ -139,8 +199,18 @@ struct Engine {
         }
         sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr);
         if (!found)
-            throw PlatformError(DB_E_NO_TABLE, "Could not find the object '" + table + "'.",
-                                "Local");
+            throw noTable(table);
+    }
+
+    /// False when it isn't so plain after all.
+    bool runPlain(const PlainSelect& plain, int64_t maxRows, RowFlow& flow) const {
+        PlainRows rows(plain, maxRows, flow, stop);
+        if (!source->Read(plain.table, rows))
+            throw noTable(plain.table);
+        if (rows.refused())
+            return false;
+        rows.Finish();
+        return true;
     }
 
     /// Each table that the statement misses is asked of the source, once.
@@ -153,8 +223,7 @@ struct Engine {
                 throw PlatformError(DB_E_SYNTAX, reason, "Local");
             const std::string table = reason.substr(kMissing.size());
             if (!asked.insert(Fold(table)).second)
-                throw PlatformError(DB_E_NO_TABLE, "Could not find the object '" + table + "'.",
-                                    "Local");
+                throw noTable(table);
             try {
                 load(table);
             } catch (...) {
@@ -169,9 +238,12 @@ struct Engine {
                                 "Local");
     }
 
-    void run(const std::string& sql, int64_t maxRows, RowFlow& flow) {
+    void run(const std::string& query, int64_t maxRows, RowFlow& flow) {
+        const auto plain = ReadPlainSelect(query);
+        if (plain && runPlain(*plain, maxRows, flow))
+            return;
         Statement statement;
-        prepare(sql, statement);
+        prepare(TranslateDialect(query), statement);
         const int count = sqlite3_column_count(statement.handle);
         std::vector<std::string> names;
         for (int i = 0; i < count; ++i)
@@ -199,7 +271,7 @@ std::unique_ptr<TableSource> sourceOf(const DbTarget& target, int seconds,
                                       const std::atomic<bool>* cancel) {
     switch (target.kind) {
     case DbTarget::Excel:
-        return OpenWorkbook(target.path, target.header);
+        return OpenWorkbook(target.path, target.header, cancel);
     case DbTarget::TextFolder:
         return OpenTextFolder(target.path, target.header, target.format);
     default:
@@ -227,16 +299,16 @@ public:
         if (engine->stop)
             throw PlatformError(DB_E_FAIL, "The connection was given up by an earlier query.",
                                 "Local");
-        auto flow = std::make_shared<RowFlow>();
-        const std::string sql = TranslateDialect(query);
+        const std::string text(query);
         const int64_t most = limits.maxRows;
+        Worker worker(m_events);
+        auto flow = std::make_shared<RowFlow>(worker.Waker());
         struct Closer {
             RowFlow& flow;
             ~Closer() { flow.Close(); }
         } closer{*flow};
-        Worker worker(m_events);
         worker.onTurn = [&] { flow->Deliver(onColumns, onRow); };
-        worker.Run([engine, flow, sql, most] { engine->run(sql, most, *flow); },
+        worker.Run([engine, flow, text, most] { engine->run(text, most, *flow); },
                    limits.querySeconds, limits.cancel,
                    [engine, flow] {
                        engine->stop = true;

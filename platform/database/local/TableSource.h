@@ -11,11 +11,14 @@
 
 namespace kr {
 
+/// What the engine takes.
+inline constexpr size_t kMostTableColumns = 2000;
+
 /// Where a table of a file's contents goes: names first, then rows of as many values.
 struct TableSink {
     virtual ~TableSink() = default;
     virtual void Columns(const std::vector<std::string>& names) = 0;
-    /// False: enough, stop reading.
+    /// False: enough, stop reading. The values may be moved out.
     virtual bool Row(std::vector<Value>& values) = 0;
 };
 
@@ -33,15 +36,16 @@ public:
 std::unique_ptr<TableSource> OpenTextFolder(const std::string& folder, bool header,
                                             const std::string& format);
 /// A workbook, by its first bytes .xlsx or .xls. Sheets as "Sheet1$", "Sheet1$A1:C10", "'My
-/// Sheet$'" or a named range.
-std::unique_ptr<TableSource> OpenWorkbook(const std::string& path, bool header);
+/// Sheet$'" or a named range. `cancel` may be nullptr.
+std::unique_ptr<TableSource> OpenWorkbook(const std::string& path, bool header,
+                                          const std::atomic<bool>* cancel);
 /// An Access file, read by the programs of mdbtools as child processes with a time limit, as
 /// damaged files can crash or hang their library. `cancel` may be nullptr.
 std::unique_ptr<TableSource> OpenAccess(const std::string& path, int seconds,
                                         const std::atomic<bool>* cancel);
 
 /// Column names as the old driver made them: an empty heading is F and its number, a name that is
-/// taken gets a digit, "." becomes "#".
+/// taken gets a digit, "." becomes "#". Throws PlatformError above kMostTableColumns.
 std::vector<std::string> HeadingNames(const std::vector<std::string>& cells);
 
 } // namespace kr

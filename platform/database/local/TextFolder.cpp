@@ -1,15 +1,18 @@
 #include <unicode/ucnv.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
-#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <utility>
 
 #include "core/Text.h"
 #include "platform/database/Database.h"
 #include "platform/database/local/Delimited.h"
+#include "platform/database/local/Numbers.h"
+#include "platform/database/local/Schema.h"
 #include "platform/database/local/TableSource.h"
 
 namespace kr {
@@ -18,121 +21,55 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct TextColumn {
-    std::string name;
-    std::string type;
-    size_t width = 0;
-};
+/// Bytes of the largest file that is read.
+constexpr uintmax_t kMostText = 1U << 30U;
 
-/// How one file is laid out.
-struct Layout {
-    bool header = true;
-    bool fixed = false;
-    char delimiter = ',';
-    char quote = '"';
-    char decimal = '.';
-    std::string charset;
-    std::vector<TextColumn> columns;
-};
-
-using Section = std::map<std::string, std::string>; // keys folded
+[[noreturn]] void tooLarge(const fs::path& path) {
+    throw PlatformError(DB_E_FAIL, "The file '" + path.string() + "' is too large.", "Text");
+}
 
 std::string readFile(const fs::path& path) {
+    std::error_code error;
+    const uintmax_t size = fs::file_size(path, error);
     std::ifstream in(path, std::ios::binary);
-    if (!in)
+    if (!in || error)
         throw PlatformError(DB_E_FAIL, "Could not find file '" + path.string() + "'.", "Text");
-    return {std::istreambuf_iterator<char>(in), {}};
+    if (size > kMostText)
+        tooLarge(path);
+    std::string text(static_cast<size_t>(size), '\0');
+    in.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(in.gcount()));
+    return text;
 }
 
-/// Schema.ini, in any case of its name; sections by folded file name.
-std::map<std::string, Section> readSchema(const fs::path& folder) {
-    std::map<std::string, Section> sections;
+/// Schema.ini, in any case of its name.
+Schema readSchema(const fs::path& folder) {
     std::error_code ignored;
-    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
-        if (!EqualNoCase(entry.path().filename().string(), "schema.ini"))
-            continue;
-        Section* section = nullptr;
-        for (std::string& raw : Split(ReplaceAll(readFile(entry.path()), "\r", "\n"), "\n")) {
-            const std::string line = Trim(raw);
-            const size_t equals = line.find('=');
-            if (line.starts_with('[') && line.ends_with(']'))
-                section = &sections[Fold(line.substr(1, line.size() - 2))];
-            else if (section && equals != std::string::npos)
-                (*section)[Fold(Trim(line.substr(0, equals)))] = Trim(line.substr(equals + 1));
-        }
-    }
-    return sections;
+    for (const auto& entry : fs::directory_iterator(folder, ignored))
+        if (entry.is_regular_file(ignored) &&
+            EqualNoCase(entry.path().filename().string(), "schema.ini"))
+            return Schema(readFile(entry.path()));
+    return {};
 }
 
-void setFormat(Layout& layout, const std::string& format) {
-    if (StartsWithNoCase(format, "fixed"))
-        layout.fixed = true;
-    else if (EqualNoCase(format, "TabDelimited"))
-        layout.delimiter = '\t';
-    else if (StartsWithNoCase(format, "Delimited(") && format.size() > 10)
-        layout.delimiter = format[10];
-}
-
-/// ColN=name type [Width n]; a name with blanks stands in quotes.
-TextColumn columnOf(std::string_view text) {
-    TextColumn column;
-    if (text.starts_with('"')) {
-        const size_t end = text.find('"', 1);
-        column.name = text.substr(1, end == std::string_view::npos ? end : end - 1);
-        text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-    } else {
-        const size_t end = std::min(text.find(' '), text.size());
-        column.name = text.substr(0, end);
-        text.remove_prefix(end);
+/// First byte at or behind `at` that isn't ASCII.
+size_t asciiEnd(std::string_view text, size_t at) {
+    uint64_t eight = 0;
+    for (; at + sizeof eight <= text.size(); at += sizeof eight) {
+        std::memcpy(&eight, text.data() + at, sizeof eight);
+        if (eight & 0x8080808080808080U)
+            break;
     }
-    const auto words = SplitNonEmpty(text, " ");
-    if (!words.empty())
-        column.type = Fold(words.front());
-    for (size_t i = 0; i + 1 < words.size(); ++i)
-        if (EqualNoCase(words[i], "width"))
-            column.width = std::strtoul(words[i + 1].c_str(), nullptr, 10);
-    return column;
-}
-
-std::string charsetOf(const std::string& name) {
-    if (EqualNoCase(name, "ANSI"))
-        return "windows-1252";
-    if (EqualNoCase(name, "OEM"))
-        return "ibm-437";
-    if (EqualNoCase(name, "Unicode"))
-        return "UTF-16LE";
-    if (name == "65001")
-        return "UTF-8";
-    const bool number = !name.empty() && name.find_first_not_of("0123456789") == std::string::npos;
-    return number ? "cp" + name : name;
-}
-
-void applySection(Layout& layout, const Section& section) {
-    for (const auto& [key, value] : section) {
-        if (key == "format")
-            setFormat(layout, value);
-        else if (key == "colnameheader")
-            layout.header = EqualNoCase(value, "true") || value == "1";
-        else if (key == "characterset")
-            layout.charset = charsetOf(value);
-        else if (key == "decimalsymbol" && !value.empty())
-            layout.decimal = value.front();
-        else if (key == "textdelimiter" && !value.empty())
-            layout.quote = EqualNoCase(value, "none") ? '\0' : value.front();
-    }
-    for (size_t n = 1;; ++n) {
-        const auto column = section.find("col" + std::to_string(n));
-        if (column == section.end())
-            return;
-        layout.columns.push_back(columnOf(column->second));
-    }
+    while (at < text.size() && static_cast<unsigned char>(text[at]) < 0x80)
+        ++at;
+    return at;
 }
 
 bool isUtf8(std::string_view text) {
-    for (size_t i = 0; i < text.size();) {
+    for (size_t i = asciiEnd(text, 0); i < text.size(); i = asciiEnd(text, i)) {
         const auto c = static_cast<unsigned char>(text[i]);
-        const size_t n = c < 0x80 ? 1 : c >= 0xC2 && c < 0xE0 ? 2 : c >= 0xE0 && c < 0xF0 ? 3 : 4;
-        if ((c >= 0x80 && c < 0xC2) || c > 0xF4 || i + n > text.size())
+        const size_t n = c >= 0xC2 && c < 0xE0 ? 2 : c >= 0xE0 && c < 0xF0 ? 3 : 4;
+        if (c < 0xC2 || c > 0xF4 || i + n > text.size())
             return false;
         for (size_t k = 1; k < n; ++k)
             if ((text[i + k] & 0xC0) != 0x80)
@@ -144,15 +81,17 @@ bool isUtf8(std::string_view text) {
 
 /// The file's text as UTF-8. Without a character set: a mark at its beginning, else UTF-8 when it
 /// is valid, else the code page 1252.
-std::string decode(std::string text, std::string charset) {
+std::string decode(std::string text, std::string charset, const fs::path& path) {
     if (text.starts_with("\xEF\xBB\xBF"))
         return text.substr(3);
-    if (text.starts_with("\xFF\xFE"))
-        charset = "UTF-16LE";
+    if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
+        charset = "UTF-16";
     if (charset.empty())
         charset = isUtf8(text) ? "UTF-8" : "windows-1252";
     if (charset == "UTF-8")
         return text;
+    if (text.size() > static_cast<size_t>(INT32_MAX) / 4 - 16)
+        tooLarge(path);
     UErrorCode status = U_ZERO_ERROR;
     std::string out(text.size() * 4 + 16, '\0');
     const int32_t size =
@@ -164,31 +103,48 @@ std::string decode(std::string text, std::string charset) {
     return out.starts_with("\xEF\xBB\xBF") ? out.substr(3) : out;
 }
 
-bool isTextType(std::string_view type) {
-    return type.starts_with("char") || type.starts_with("text") || type.starts_with("memo") ||
-           type.starts_with("longchar");
+/// Nothing else can begin a number; spares most cells a closer look.
+bool mayBeNumber(std::string_view text) {
+    const char c = text.front();
+    // a leading zero or plus is a telephone number or a post code, not a number
+    if (c == '0')
+        return text.size() == 1 || !std::isdigit(static_cast<unsigned char>(text[1]));
+    return std::isdigit(static_cast<unsigned char>(c)) || c == '-' || c == '.' || c == ',';
 }
 
 /// A number when the whole cell is one, else the text; empty and not quoted is null.
-Value cellOf(const std::string& text, bool quoted, const Layout& layout, const TextColumn* column) {
+Value cellOf(std::string_view text, bool quoted, const TextLayout& layout,
+             const TextColumn* column) {
     if (text.empty() && !quoted)
         return {};
-    if (quoted || (column && isTextType(column->type)))
+    if (quoted || (column && column->isText()) || !mayBeNumber(text))
         return text;
-    std::string number = text;
-    if (layout.decimal != '.')
+    double value = 0;
+    bool read = false;
+    if (layout.decimal == '.') {
+        read = ReadNumber(text, value);
+    } else if (text.find('.') == std::string_view::npos) {
+        std::string number(text);
         std::replace(number.begin(), number.end(), layout.decimal, '.');
-    const bool plain = number.find_first_not_of("0123456789+-.eE") == std::string::npos;
-    // a leading zero or plus is a telephone number or a post code, not a number
-    const bool code =
-        number.size() > 1 && ((number[0] == '0' && number[1] != '.') || number[0] == '+');
-    char* end = nullptr;
-    const double value = std::strtod(number.c_str(), &end);
-    if (!plain || code || end != number.c_str() + number.size() || !std::isfinite(value))
+        read = ReadNumber(number, value);
+    }
+    if (!read)
         return text;
-    if (number.find_first_of(".eE") == std::string::npos && std::abs(value) < 2147483647)
+    const bool whole = text.find_first_of(".,eE") == std::string_view::npos;
+    if (whole && std::abs(value) < 2147483647)
         return static_cast<int32_t>(value);
     return value;
+}
+
+/// The first characters of a line, which are taken off it.
+std::string_view takeCharacters(std::string_view& line, size_t count) {
+    size_t at = 0;
+    for (; at < line.size(); ++at)
+        if ((line[at] & 0xC0) != 0x80 && count-- == 0)
+            break;
+    const std::string_view taken = line.substr(0, at);
+    line.remove_prefix(at);
+    return taken;
 }
 
 class TextFolder : public TableSource {
@@ -205,8 +161,8 @@ public:
         const fs::path path = find(table);
         if (path.empty())
             return false;
-        const Layout layout = layoutOf(path.filename().string());
-        const std::string text = decode(readFile(path), layout.charset);
+        const TextLayout layout = m_schema.LayoutOf(path.filename().string(), m_header, m_format);
+        const std::string text = decode(readFile(path), layout.charset, path);
         if (layout.fixed)
             readFixed(text, layout, sink);
         else
@@ -226,22 +182,7 @@ private:
         return {};
     }
 
-    Layout layoutOf(const std::string& file) const {
-        Layout layout;
-        layout.header = m_header;
-        setFormat(layout, m_format);
-        const auto section = m_schema.find(Fold(file));
-        if (section != m_schema.end())
-            applySection(layout, section->second);
-        if (layout.fixed && layout.columns.empty())
-            throw PlatformError(DB_E_FAIL,
-                                "A file of fixed width needs a section [" + file +
-                                    "] in Schema.ini with the width of each column.",
-                                "Text");
-        return layout;
-    }
-
-    static std::vector<std::string> namesOf(const Layout& layout,
+    static std::vector<std::string> namesOf(const TextLayout& layout,
                                             const std::vector<std::string>& heading) {
         std::vector<std::string> names = heading;
         for (size_t i = 0; i < layout.columns.size(); ++i) {
@@ -252,45 +193,44 @@ private:
         return HeadingNames(names);
     }
 
-    static void readDelimited(std::string_view text, const Layout& layout, TableSink& sink) {
+    static void readDelimited(std::string_view text, const TextLayout& layout, TableSink& sink) {
         Delimited records(text, layout.delimiter, layout.quote);
-        std::vector<std::string> fields;
-        std::vector<bool> quoted;
-        bool more = records.Next(fields, quoted);
+        std::vector<Delimited::Field> fields;
+        bool more = records.Next(fields);
         std::vector<std::string> heading(fields.size());
-        if (layout.header)
-            heading = fields;
+        for (size_t i = 0; layout.header && i < fields.size(); ++i)
+            heading[i] = fields[i].text;
         const auto names = namesOf(layout, heading);
         sink.Columns(names);
         if (layout.header && more)
-            more = records.Next(fields, quoted);
+            more = records.Next(fields);
         std::vector<Value> row;
-        for (; more; more = records.Next(fields, quoted)) {
+        for (; more; more = records.Next(fields)) {
             row.assign(names.size(), {});
             for (size_t i = 0; i < names.size() && i < fields.size(); ++i)
-                row[i] = cellOf(fields[i], quoted[i], layout,
+                row[i] = cellOf(fields[i].text, fields[i].quoted, layout,
                                 i < layout.columns.size() ? &layout.columns[i] : nullptr);
             if (!sink.Row(row))
                 return;
         }
     }
 
-    static void readFixed(std::string_view text, const Layout& layout, TableSink& sink) {
+    static void readFixed(std::string_view text, const TextLayout& layout, TableSink& sink) {
         sink.Columns(namesOf(layout, {}));
         bool skip = layout.header;
         std::vector<Value> row;
-        for (const std::string& raw : Split(text, "\n")) {
-            std::string_view line(raw);
+        while (!text.empty()) {
+            const size_t end = std::min(text.find('\n'), text.size());
+            std::string_view line = text.substr(0, end);
+            text.remove_prefix(std::min(end + 1, text.size()));
             if (line.ends_with('\r'))
                 line.remove_suffix(1);
             if (line.empty() || std::exchange(skip, false))
                 continue;
             row.clear();
-            for (const TextColumn& column : layout.columns) {
-                const std::string cell = Trim(line.substr(0, column.width));
-                line.remove_prefix(std::min(column.width, line.size()));
-                row.push_back(cellOf(cell, false, layout, &column));
-            }
+            for (const TextColumn& column : layout.columns)
+                row.push_back(
+                    cellOf(Trim(takeCharacters(line, column.width)), false, layout, &column));
             if (!sink.Row(row))
                 return;
         }
@@ -299,28 +239,10 @@ private:
     fs::path m_folder;
     bool m_header;
     std::string m_format;
-    std::map<std::string, Section> m_schema;
+    Schema m_schema;
 };
 
 } // namespace
-
-std::vector<std::string> HeadingNames(const std::vector<std::string>& cells) {
-    std::vector<std::string> names;
-    const auto taken = [&](const std::string& name) {
-        return std::any_of(names.begin(), names.end(),
-                           [&](const std::string& other) { return EqualNoCase(other, name); });
-    };
-    for (size_t i = 0; i < cells.size(); ++i) {
-        std::string name = ReplaceAll(Trim(cells[i]), ".", "#");
-        if (name.empty())
-            name = "F" + std::to_string(i + 1);
-        const std::string stem = name;
-        for (int n = 1; taken(name); ++n)
-            name = stem + std::to_string(n);
-        names.push_back(std::move(name));
-    }
-    return names;
-}
 
 std::unique_ptr<TableSource> OpenTextFolder(const std::string& folder, bool header,
                                             const std::string& format) {

@@ -1,8 +1,3 @@
-#include <freexl.h>
-
-#include <cctype>
-#include <cmath>
-#include <cstdio>
 #include <fstream>
 
 #include "core/Text.h"
@@ -12,68 +7,6 @@
 namespace kr {
 
 namespace {
-
-/// Old workbooks, by the library for them.
-class XlsFile : public Sheets {
-public:
-    explicit XlsFile(const std::string& path) {
-        if (freexl_open(path.c_str(), &m_handle) != FREEXL_OK)
-            fail();
-        unsigned int count = 0;
-        freexl_get_info(m_handle, FREEXL_BIFF_SHEET_COUNT, &count);
-        for (unsigned int i = 0; i < count; ++i) {
-            const char* name = nullptr;
-            freexl_get_worksheet_name(m_handle, static_cast<unsigned short>(i), &name);
-            m_names.emplace_back(name ? name : "");
-        }
-    }
-    ~XlsFile() override { freexl_close(m_handle); }
-    XlsFile(const XlsFile&) = delete;
-    XlsFile& operator=(const XlsFile&) = delete;
-
-    const std::vector<std::string>& Names() const override { return m_names; }
-    const std::map<std::string, std::string>& Ranges() const override { return m_ranges; }
-    SheetCells Read(size_t sheet) override {
-        unsigned int rows = 0;
-        unsigned short columns = 0;
-        if (freexl_select_active_worksheet(m_handle, static_cast<unsigned short>(sheet)) !=
-                FREEXL_OK ||
-            freexl_worksheet_dimensions(m_handle, &rows, &columns) != FREEXL_OK)
-            fail();
-        SheetCells cells;
-        for (unsigned int row = 0; row < rows; ++row)
-            for (unsigned short column = 0; column < columns; ++column) {
-                FreeXL_CellValue cell{};
-                if (freexl_get_cell_value(m_handle, row, column, &cell) != FREEXL_OK)
-                    fail();
-                Value value = valueOf(cell);
-                if (!value.empty())
-                    cells[row][column] = std::move(value);
-            }
-        return cells;
-    }
-
-private:
-    [[noreturn]] static void fail() {
-        throw PlatformError(DB_E_FAIL, "External table is not in the expected format.", "Excel");
-    }
-    static Value valueOf(const FreeXL_CellValue& cell) {
-        switch (cell.type) {
-        case FREEXL_CELL_INT:
-            return static_cast<int32_t>(cell.value.int_value);
-        case FREEXL_CELL_DOUBLE:
-            return cell.value.double_value;
-        case FREEXL_CELL_NULL:
-            return {};
-        default:
-            return cell.value.text_value ? Value(cell.value.text_value) : Value();
-        }
-    }
-
-    const void* m_handle = nullptr;
-    std::vector<std::string> m_names;
-    std::map<std::string, std::string> m_ranges;
-};
 
 class Workbook : public TableSource {
 public:
@@ -99,7 +32,8 @@ public:
         }
         if (sheet >= m_sheets->Names().size())
             return false;
-        GiveCells(m_sheets->Read(sheet), range, m_header, sink);
+        SheetCells cells = m_sheets->Read(sheet);
+        GiveCells(cells, range, m_header, sink);
         return true;
     }
 
@@ -125,108 +59,18 @@ private:
     bool m_header;
 };
 
-std::string headingOf(const Value& value) {
-    if (const auto* number = value.get<int32_t>())
-        return std::to_string(*number);
-    if (const auto* real = value.get<double>()) {
-        char text[32];
-        std::snprintf(text, sizeof text, "%.15g", *real);
-        return text;
-    }
-    return value.text();
-}
-
 } // namespace
 
-bool ParseCell(std::string_view text, uint32_t& row, uint32_t& column) {
-    uint32_t letters = 0, digits = 0;
-    for (const char c : text) {
-        if (c == '$')
-            continue;
-        if (std::isalpha(static_cast<unsigned char>(c)) && digits == 0)
-            letters = letters * 26 + static_cast<uint32_t>(std::toupper(c) - 'A' + 1);
-        else if (std::isdigit(static_cast<unsigned char>(c)))
-            digits = digits * 10 + static_cast<uint32_t>(c - '0');
-        else
-            return false;
-        if (letters > kMostColumns || digits > kMostRows)
-            return false;
-    }
-    row = digits - 1;
-    column = letters - 1;
-    return letters > 0 && digits > 0;
-}
-
-bool ParseRange(std::string_view text, SheetRange& range) {
-    const size_t colon = text.find(':');
-    if (!ParseCell(text.substr(0, colon), range.firstRow, range.firstColumn))
-        return false;
-    const auto last = colon == std::string_view::npos ? text : text.substr(colon + 1);
-    return ParseCell(last, range.lastRow, range.lastColumn) && range.lastRow >= range.firstRow &&
-           range.lastColumn >= range.firstColumn;
-}
-
-std::string ExcelDate(double serial, bool from1904) {
-    if (!std::isfinite(serial) || serial < 0 || serial > 2958465.99999)
-        return {};
-    const auto seconds = static_cast<int64_t>(std::llround(serial * 86400));
-    // Excel counts a 29 February 1900 that never was: days before it are one off
-    const int64_t shift = from1904 ? 1462 : seconds / 86400 < 60 ? 1 : 0;
-    const std::chrono::sys_days start = std::chrono::year(1899) / 12 / 30;
-    const std::chrono::year_month_day day(start + std::chrono::days(seconds / 86400 + shift));
-    const auto rest = static_cast<int>(seconds % 86400);
-    char text[48];
-    int used = std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(day.year()),
-                             static_cast<unsigned>(day.month()), static_cast<unsigned>(day.day()));
-    if (rest != 0)
-        std::snprintf(text + used, sizeof text - static_cast<size_t>(used), " %02d:%02d:%02d",
-                      rest / 3600, rest / 60 % 60, rest % 60);
-    return text;
-}
-
-void GiveCells(const SheetCells& cells, const SheetRange& range, bool header, TableSink& sink) {
-    uint32_t first = UINT32_MAX, last = 0;
-    const auto begin = cells.lower_bound(range.firstRow);
-    const auto end = cells.upper_bound(range.lastRow);
-    for (auto row = begin; row != end; ++row) {
-        first = std::min(first, row->second.begin()->first);
-        last = std::max(last, row->second.rbegin()->first);
-    }
-    if (range.lastColumn != UINT32_MAX) {
-        first = range.firstColumn;
-        last = range.lastColumn;
-    }
-    if (first > last)
-        first = last = 0;
-    std::vector<std::string> names(last - first + 1);
-    auto row = begin;
-    if (header && row != end) {
-        for (const auto& [column, value] : row->second)
-            if (column >= first && column <= last)
-                names[column - first] = headingOf(value);
-        ++row;
-    }
-    sink.Columns(HeadingNames(names));
-    for (; row != end; ++row) {
-        std::vector<Value> values(names.size());
-        for (const auto& [column, value] : row->second)
-            if (column >= first && column <= last)
-                values[column - first] = value;
-        if (!sink.Row(values))
-            return;
-    }
-}
-
-std::unique_ptr<Sheets> OpenXls(const std::string& path) { return std::make_unique<XlsFile>(path); }
-
-std::unique_ptr<TableSource> OpenWorkbook(const std::string& path, bool header) {
+std::unique_ptr<TableSource> OpenWorkbook(const std::string& path, bool header,
+                                          const std::atomic<bool>* cancel) {
     std::ifstream file(path, std::ios::binary);
     char mark[4] = {};
     if (!file)
         throw PlatformError(DB_E_FAIL, "Could not find file '" + path + "'.", "Excel");
     file.read(mark, sizeof mark);
     const bool zipped = mark[0] == 'P' && mark[1] == 'K';
-    return std::make_unique<Workbook>(zipped ? OpenXlsx(path) : OpenXls(path), header);
+    return std::make_unique<Workbook>(zipped ? OpenXlsx(path, cancel) : OpenXls(path, cancel),
+                                      header);
 }
 
 } // namespace kr

@@ -1,13 +1,15 @@
 #include <libxml/xmlreader.h>
 #include <zip.h>
 
-#include <cctype>
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <set>
 
 #include "core/Text.h"
 #include "platform/database/Database.h"
+#include "platform/database/local/Numbers.h"
 #include "platform/database/local/Sheet.h"
 
 namespace kr {
@@ -18,24 +20,32 @@ namespace {
     throw PlatformError(DB_E_FAIL, "External table is not in the expected format.", "Excel");
 }
 
-int readPiece(void* file, char* buffer, int size) {
-    return static_cast<int>(
-        zip_fread(static_cast<zip_file_t*>(file), buffer, static_cast<zip_uint64_t>(size)));
+/// Bytes that a part may unpack to, which can be far more than the file has.
+constexpr zip_uint64_t kMostUnpacked = 1U << 30U;
+/// Strings that the cells of a workbook share, and other lists of its parts.
+constexpr size_t kMostEntries = 5'000'000;
+/// Excel's own limit of cell styles.
+constexpr size_t kMostStyles = 65490;
+
+void checkCount(size_t count) {
+    if (count >= kMostEntries)
+        throw PlatformError(DB_E_FAIL, "The workbook is too large.", "Excel");
 }
-int closePiece(void* file) { return zip_fclose(static_cast<zip_file_t*>(file)); }
 
 /// One part of the package, read node after node.
 class Part {
 public:
-    Part(zip_t* package, const std::string& name) {
-        zip_file_t* file = zip_fopen(package, name.c_str(), ZIP_FL_NOCASE);
-        if (file)
-            m_reader = xmlReaderForIO(readPiece, closePiece, file, nullptr, nullptr,
+    Part(zip_t* package, const std::string& name, const std::atomic<bool>* cancel)
+        : m_file(zip_fopen(package, name.c_str(), ZIP_FL_NOCASE)), m_cancel(cancel) {
+        if (m_file)
+            m_reader = xmlReaderForIO(readPiece, nullptr, this, nullptr, nullptr,
                                       XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING);
     }
     ~Part() {
         if (m_reader)
             xmlFreeTextReader(m_reader);
+        if (m_file)
+            zip_fclose(m_file);
     }
     Part(const Part&) = delete;
     Part& operator=(const Part&) = delete;
@@ -43,39 +53,62 @@ public:
     bool Exists() const { return m_reader != nullptr; }
     bool Next() {
         const int rc = xmlTextReaderRead(m_reader);
-        if (rc < 0)
+        if (m_cancel && *m_cancel)
+            throw PlatformError(DB_E_CANCELED, "Operation was canceled.", "Excel");
+        if (m_unpacked > kMostUnpacked)
+            throw PlatformError(DB_E_FAIL, "The workbook is too large.", "Excel");
+        // a document type could define entities, which no workbook has
+        if (rc < 0 || xmlTextReaderNodeType(m_reader) == XML_READER_TYPE_DOCUMENT_TYPE)
             damaged();
         return rc == 1;
     }
-    bool Starts(const char* name) const { return is(name, XML_READER_TYPE_ELEMENT); }
+    bool Starts(std::string_view name) const { return is(name, XML_READER_TYPE_ELEMENT); }
     /// Also for an element without contents.
-    bool Ends(const char* name) const {
+    bool Ends(std::string_view name) const {
         return is(name, XML_READER_TYPE_END_ELEMENT) ||
                (Starts(name) && xmlTextReaderIsEmptyElement(m_reader) == 1);
     }
-    std::string Text() const {
+    std::string_view Text() const {
         const int type = xmlTextReaderNodeType(m_reader);
         if (type != XML_READER_TYPE_TEXT && type != XML_READER_TYPE_SIGNIFICANT_WHITESPACE &&
             type != XML_READER_TYPE_WHITESPACE && type != XML_READER_TYPE_CDATA)
             return {};
-        const auto* text = reinterpret_cast<const char*>(xmlTextReaderConstValue(m_reader));
-        return text ? text : "";
+        return viewOf(xmlTextReaderConstValue(m_reader));
     }
     std::string Attribute(const char* name) const {
         xmlChar* text = xmlTextReaderGetAttribute(m_reader, reinterpret_cast<const xmlChar*>(name));
-        std::string out = text ? reinterpret_cast<const char*>(text) : "";
+        std::string out(viewOf(text));
         xmlFree(text);
         return out;
     }
+    /// Calls with the local name and the value of each attribute.
+    template <class Call>
+    void EachAttribute(Call call) {
+        while (xmlTextReaderMoveToNextAttribute(m_reader) == 1)
+            call(viewOf(xmlTextReaderConstLocalName(m_reader)),
+                 viewOf(xmlTextReaderConstValue(m_reader)));
+        xmlTextReaderMoveToElement(m_reader);
+    }
 
 private:
-    bool is(const char* name, int type) const {
-        if (xmlTextReaderNodeType(m_reader) != type)
-            return false;
-        const auto* local = reinterpret_cast<const char*>(xmlTextReaderConstLocalName(m_reader));
-        return local && std::string_view(local) == name;
+    static std::string_view viewOf(const xmlChar* text) {
+        return text ? reinterpret_cast<const char*>(text) : std::string_view();
     }
+    static int readPiece(void* self, char* buffer, int size) {
+        auto& part = *static_cast<Part*>(self);
+        const zip_int64_t read = zip_fread(part.m_file, buffer, static_cast<zip_uint64_t>(size));
+        part.m_unpacked += static_cast<zip_uint64_t>(std::max<zip_int64_t>(read, 0));
+        return part.m_unpacked > kMostUnpacked ? -1 : static_cast<int>(read);
+    }
+    bool is(std::string_view name, int type) const {
+        return xmlTextReaderNodeType(m_reader) == type &&
+               viewOf(xmlTextReaderConstLocalName(m_reader)) == name;
+    }
+
+    zip_file_t* m_file;
     xmlTextReaderPtr m_reader = nullptr;
+    const std::atomic<bool>* m_cancel;
+    zip_uint64_t m_unpacked = 0;
 };
 
 /// d, m, y, h or s outside quotes, escapes and brackets make a date of a number.
@@ -94,7 +127,7 @@ bool isDateFormat(std::string_view code) {
 
 class XlsxFile : public Sheets {
 public:
-    explicit XlsxFile(const std::string& path) {
+    XlsxFile(const std::string& path, const std::atomic<bool>* cancel) : m_cancel(cancel) {
         int error = 0;
         m_package = zip_open(path.c_str(), ZIP_RDONLY, &error);
         if (!m_package)
@@ -116,7 +149,7 @@ public:
     const std::map<std::string, std::string>& Ranges() const override { return m_ranges; }
 
     SheetCells Read(size_t sheet) override {
-        Part part(m_package, m_parts[sheet]);
+        Part part(m_package, m_parts[sheet], m_cancel);
         if (!part.Exists())
             damaged();
         SheetCells cells;
@@ -129,14 +162,10 @@ public:
                           : static_cast<uint32_t>(std::strtoul(number.c_str(), nullptr, 10)) - 1;
                 column = UINT32_MAX;
             } else if (part.Starts("c")) {
-                const std::string place = part.Attribute("r");
                 ++column;
-                if ((!place.empty() && !ParseCell(place, row, column)) || row >= kMostRows ||
-                    column >= kMostColumns)
-                    damaged();
-                Value value = readCell(part);
+                Value value = readCell(part, row, column);
                 if (!value.empty())
-                    cells[row][column] = std::move(value);
+                    cells.Set(row, column, std::move(value));
             }
         }
         return cells;
@@ -145,12 +174,13 @@ public:
 private:
     void readWorkbook() {
         std::map<std::string, std::string> targets;
-        Part relations(m_package, "xl/_rels/workbook.xml.rels");
-        Part book(m_package, "xl/workbook.xml");
+        Part relations(m_package, "xl/_rels/workbook.xml.rels", m_cancel);
+        Part book(m_package, "xl/workbook.xml", m_cancel);
         if (!relations.Exists() || !book.Exists())
             damaged();
         while (relations.Next())
             if (relations.Starts("Relationship")) {
+                checkCount(targets.size());
                 const std::string target = relations.Attribute("Target");
                 targets[relations.Attribute("Id")] =
                     target.starts_with('/') ? target.substr(1) : "xl/" + target;
@@ -162,6 +192,7 @@ private:
                 const std::string mark = book.Attribute("date1904");
                 m_from1904 = mark == "1" || mark == "true";
             } else if (book.Starts("sheet")) {
+                checkCount(m_names.size());
                 m_names.push_back(book.Attribute("name"));
                 m_parts.push_back(targets[book.Attribute("r:id")]);
             } else if (book.Starts("definedName")) {
@@ -175,25 +206,28 @@ private:
         }
     }
     void readStyles() {
-        Part part(m_package, "xl/styles.xml");
+        Part part(m_package, "xl/styles.xml", m_cancel);
         std::set<int> dates{14, 15, 16, 17, 18, 19, 20, 21, 22, 45, 46, 47};
         bool inCells = false;
         while (part.Exists() && part.Next()) {
-            if (part.Starts("numFmt") && isDateFormat(part.Attribute("formatCode")))
+            if (part.Starts("numFmt") && isDateFormat(part.Attribute("formatCode")) &&
+                dates.size() < kMostStyles)
                 dates.insert(std::atoi(part.Attribute("numFmtId").c_str()));
             else if (part.Starts("cellXfs"))
                 inCells = true;
             else if (part.Ends("cellXfs"))
                 inCells = false;
-            else if (inCells && part.Starts("xf"))
+            else if (inCells && part.Starts("xf") && m_isDate.size() < kMostStyles)
                 m_isDate.push_back(dates.contains(std::atoi(part.Attribute("numFmtId").c_str())));
         }
     }
     void readStrings() {
-        Part part(m_package, "xl/sharedStrings.xml");
+        Part part(m_package, "xl/sharedStrings.xml", m_cancel);
         while (part.Exists() && part.Next())
-            if (part.Starts("si"))
+            if (part.Starts("si")) {
+                checkCount(m_strings.size());
                 m_strings.push_back(joinedText(part, "si"));
+            }
     }
     /// The joined t of a rich text, without the phonetic runs.
     static std::string joinedText(Part& part, const char* until) {
@@ -213,37 +247,48 @@ private:
         }
         return text;
     }
-    Value readCell(Part& part) const {
-        const std::string type = part.Attribute("t");
-        const auto style =
-            static_cast<size_t>(std::strtoul(part.Attribute("s").c_str(), nullptr, 10));
-        std::string raw;
+    /// `row` and `column` come in as the place that follows the last cell's, and go out as the
+    /// place that the cell itself names, where it does.
+    Value readCell(Part& part, uint32_t& row, uint32_t& column) {
+        m_type.clear();
+        m_raw.clear();
+        size_t style = 0;
+        bool placed = true;
+        part.EachAttribute([&](std::string_view name, std::string_view value) {
+            if (name == "t")
+                m_type = value;
+            else if (name == "s")
+                std::from_chars(value.data(), value.data() + value.size(), style);
+            else if (name == "r" && !value.empty())
+                placed = ParseCell(value, row, column);
+        });
+        if (!placed || row >= kMostRows || column >= kMostColumns)
+            damaged();
         std::string inlined;
         bool inValue = false;
         for (bool more = !part.Ends("c"); more && part.Next() && !part.Ends("c");) {
-            if (part.Starts("v"))
+            if (inValue && !part.Ends("v"))
+                m_raw += part.Text();
+            else if (part.Starts("v"))
                 inValue = !part.Ends("v");
             else if (part.Ends("v"))
                 inValue = false;
             else if (part.Starts("is"))
                 inlined = joinedText(part, "is");
-            else if (inValue)
-                raw += part.Text();
         }
-        if (type == "inlineStr")
+        if (m_type == "inlineStr")
             return inlined;
-        if (raw.empty() || type == "e")
+        if (m_raw.empty() || m_type == "e")
             return {};
-        return valueOf(type, raw, style);
+        return valueOf(m_type, m_raw, style);
     }
     Value valueOf(const std::string& type, const std::string& raw, size_t style) const {
         if (type == "str" || type == "d")
             return raw;
         if (type == "b")
             return raw == "1";
-        char* end = nullptr;
-        const double number = std::strtod(raw.c_str(), &end);
-        if (end == raw.c_str() || !std::isfinite(number))
+        double number = 0;
+        if (!ReadNumber(raw, number) && !ReadNumber(Trim(raw), number))
             damaged();
         if (type == "s") {
             if (number < 0 || number >= static_cast<double>(m_strings.size()))
@@ -260,6 +305,8 @@ private:
     }
 
     zip_t* m_package = nullptr;
+    const std::atomic<bool>* m_cancel;
+    std::string m_type, m_raw; // of the present cell
     bool m_from1904 = false;
     std::vector<std::string> m_names;
     std::vector<std::string> m_parts;
@@ -270,8 +317,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<Sheets> OpenXlsx(const std::string& path) {
-    return std::make_unique<XlsxFile>(path);
+std::unique_ptr<Sheets> OpenXlsx(const std::string& path, const std::atomic<bool>* cancel) {
+    return std::make_unique<XlsxFile>(path, cancel);
 }
 
 } // namespace kr

@@ -6,6 +6,7 @@
 #include <unicode/ustring.h>
 
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -223,6 +224,14 @@ Value timeOf(const std::string& text) {
            std::chrono::seconds(s);
 }
 
+/// By no desktop's language; a number that doesn't read so stays a text.
+Value numberOf(const std::string& text) {
+    double number = 0;
+    const char* end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end ? Value(number) : Value(text);
+}
+
 Value cellValue(const std::string& text, SQLSMALLINT type) {
     switch (type) {
     case SQL_BIT:
@@ -237,7 +246,7 @@ Value cellValue(const std::string& text, SQLSMALLINT type) {
     case SQL_DOUBLE:
     case SQL_NUMERIC:
     case SQL_DECIMAL:
-        return std::strtod(text.c_str(), nullptr);
+        return numberOf(text);
     case SQL_TYPE_DATE:
     case SQL_TYPE_TIMESTAMP:
     case SQL_DATE:
@@ -313,8 +322,8 @@ public:
                  const std::function<void(const std::vector<std::string>&)>& onColumns,
                  const std::function<void(std::vector<Value>&)>& onRow) override {
         auto link = m_link;
-        auto flow = std::make_shared<RowFlow>();
         Worker worker(m_events);
+        auto flow = std::make_shared<RowFlow>(worker.Waker());
         worker.onTurn = [&] { flow->Deliver(onColumns, onRow); };
         const int seconds = limits.querySeconds;
         const int64_t most = limits.maxRows;

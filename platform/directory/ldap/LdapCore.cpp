@@ -78,6 +78,7 @@ void LdapCore::Release(LdapConnectionPtr connection) {
 
 void LdapCore::Close() {
     isOpen = false;
+    ++closes;
     for (const auto& search : std::exchange(m_active, {}))
         search->Cancel();
     m_idleConnections.clear();

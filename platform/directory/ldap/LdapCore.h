@@ -34,6 +34,8 @@ public:
     void Remove(const std::shared_ptr<LdapSearch>& search) { m_active.erase(search); }
 
     bool isOpen = false;
+    /// Tells what was begun before a Close from what comes after it.
+    unsigned closes = 0;
     /// Ends all searches without a further call and drops all connections.
     void Close();
 

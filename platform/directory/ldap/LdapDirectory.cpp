@@ -16,10 +16,13 @@ namespace {
 
 class LdapDirectory : public Directory {
 public:
+    using Opened = std::function<void(const std::string& value, const PlatformError*)>;
+
     explicit LdapDirectory(std::shared_ptr<LdapCore> core) : m_core(std::move(core)) {}
     ~LdapDirectory() override { m_core->Close(); }
 
     void Open() override;
+    void StartOpen(std::string_view rootAttribute, const Opened& onDone) override;
     bool IsOpen() const override { return m_core->isOpen; }
     std::string RootDSE(std::string_view attribute) override;
     std::shared_ptr<DirectorySearch>
@@ -61,15 +64,63 @@ void LdapDirectory::Open() {
     core->Release(std::move(result->connection));
 }
 
-std::string LdapDirectory::RootDSE(std::string_view attribute) {
+DirectoryQuery rootQuery(std::string_view attribute) {
     DirectoryQuery query;
     query.scope = DirectoryQuery::Scope::Base;
     query.attributes = {std::string(attribute)};
     query.pageSize = 0;
+    return query;
+}
+
+PlatformError noRootAttribute(std::string_view attribute) {
+    return LdapError(LDAP_NO_SUCH_OBJECT, "rootDSE has no " + std::string(attribute));
+}
+
+/// Reads the attribute over a core that is open; the core holds the search.
+void startRootRead(const std::shared_ptr<LdapCore>& core, const std::string& attribute,
+                   const LdapDirectory::Opened& onDone) {
+    const auto value = std::make_shared<std::string>();
+    const auto search = std::make_shared<LdapSearch>(
+        core, rootQuery(attribute),
+        [value, attribute](const DirectoryRow& row) { *value = row.First(attribute); },
+        [value, attribute, onDone](const PlatformError* error) {
+            if (error != nullptr || !value->empty()) {
+                onDone(*value, error);
+                return;
+            }
+            const PlatformError missing = noRootAttribute(attribute);
+            onDone({}, &missing);
+        });
+    search->Begin();
+}
+
+void LdapDirectory::StartOpen(std::string_view rootAttribute, const Opened& onDone) {
+    const std::string attribute(rootAttribute);
+    if (m_core->isOpen) {
+        startRootRead(m_core, attribute, onDone);
+        return;
+    }
+    m_core->Connect(DirectoryQuery::Port::GlobalCatalog,
+                    [weak = std::weak_ptr(m_core), closes = m_core->closes, attribute,
+                     onDone](LdapConnectionPtr connection, const PlatformError* error) {
+                        const auto core = weak.lock();
+                        if (core == nullptr || core->closes != closes)
+                            return;
+                        if (error != nullptr) {
+                            onDone({}, error);
+                            return;
+                        }
+                        core->isOpen = true;
+                        core->Release(std::move(connection));
+                        startRootRead(core, attribute, onDone);
+                    });
+}
+
+std::string LdapDirectory::RootDSE(std::string_view attribute) {
     std::string result;
-    Execute(query, [&](const DirectoryRow& row) { result = row.First(attribute); });
+    Execute(rootQuery(attribute), [&](const DirectoryRow& row) { result = row.First(attribute); });
     if (result.empty())
-        throw LdapError(LDAP_NO_SUCH_OBJECT, "rootDSE has no " + std::string(attribute));
+        throw noRootAttribute(attribute);
     return result;
 }
 

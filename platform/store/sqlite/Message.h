@@ -41,6 +41,7 @@ public:
     RDOFolderPtr Parent() const override;
     void Save() override;
     void Delete() override;
+    void MoveTo(const RDOFolder& target) override;
     void Send() override;
 
     /// 0 before the first Save.
@@ -65,6 +66,7 @@ private:
     void addSendProperties();
     void deliver(const std::string& address);
     void moveToSentItems();
+    void moveTo(int64_t folder, StoreRef store);
 
     int64_t m_id = 0;
     int64_t m_folder;

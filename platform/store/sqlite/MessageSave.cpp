@@ -6,7 +6,7 @@
 #include "platform/store/sqlite/Index.h"
 #include "platform/store/sqlite/Message.h"
 
-/// What changes a message's row: saving, deleting, sending.
+/// What changes a message's row: saving, deleting, moving, sending.
 namespace kr::sqlite {
 
 namespace {
@@ -137,6 +137,42 @@ void Message::Delete() {
         deleted();
 }
 
+void Message::MoveTo(const RDOFolder& target) {
+    if (m_id == 0 || m_folder == 0)
+        Refuse(MAPI_E_NO_SUPPORT, "A message that is new or attached can't be moved.", kSource);
+    const auto where = m_session->Read(target.ID());
+    if (!where || where->kind != ObjectId::Folder)
+        Refuse(MAPI_E_INVALID_ENTRYID, "A message can be moved to a folder only.", kSource);
+    if (where->object == m_folder)
+        return;
+    MessageRow row;
+    const auto before = std::tuple(m_id, m_folder, m_store);
+    try {
+        file().Write([&] {
+            const StoreRef store = file().StoreOfFolder(where->object);
+            if (!store || file().Number(0, "SELECT 1 FROM folder WHERE id=?", where->object) == 0)
+                Refuse(MAPI_E_NOT_FOUND, "The folder could not be found.", kSource);
+            moveTo(where->object, store);
+            row = *ReadMessage(file(), m_id);
+        });
+    } catch (...) {
+        std::tie(m_id, m_folder, m_store) = before;
+        throw;
+    }
+    m_recipients.reset();
+    m_attachments.reset();
+    take(std::move(row));
+}
+
+/// Within a transaction.
+void Message::moveTo(int64_t folder, StoreRef store) {
+    const int64_t copy = CopyMessage(*m_session, m_id, *m_store, folder, *store);
+    DeleteMessage(*m_session, *m_store, m_id);
+    m_id = copy;
+    m_folder = folder;
+    m_store = std::move(store);
+}
+
 void Message::Send() {
     if (m_associated || m_folder == 0)
         Refuse(MAPI_E_NO_SUPPORT, "A hidden or attached message can't be sent.", kSource);
@@ -148,7 +184,7 @@ void Message::Send() {
         CollectAddresses(m_recipients->Item(i)->Entry(), addresses, seen);
     addSendProperties();
     MessageRow row;
-    const auto before = std::pair(m_id, m_store);
+    const auto before = std::tuple(m_id, m_folder, m_store);
     try {
         file().Write([&] {
             m_id = (m_id == 0 ? insert() : update()).id;
@@ -158,7 +194,7 @@ void Message::Send() {
             row = *ReadMessage(file(), m_id);
         });
     } catch (...) {
-        std::tie(m_id, m_store) = before;
+        std::tie(m_id, m_folder, m_store) = before;
         throw;
     }
     m_recipients.reset();
@@ -204,10 +240,7 @@ void Message::moveToSentItems() {
         DefaultFolderId(file(), store->id, static_cast<int>(DefaultFolder::SentMail));
     if (sent == 0 || sent == m_folder)
         return;
-    const int64_t copy = CopyMessage(*m_session, m_id, *m_store, sent, *store);
-    DeleteMessage(*m_session, *m_store, m_id);
-    m_id = copy;
-    m_store = store;
+    moveTo(sent, store);
 }
 
 } // namespace kr::sqlite

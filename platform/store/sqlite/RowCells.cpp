@@ -57,7 +57,8 @@ bool hasNamed(std::string_view blob) {
 
 } // namespace
 
-RowCells::RowCells(SessionPtr session, const StoreRef& store, int64_t folder, std::vector<PropTag> tags)
+RowCells::RowCells(SessionPtr session, const StoreRef& store, int64_t folder,
+                   std::vector<PropTag> tags)
     : m_session(std::move(session)), m_tags(std::move(tags)),
       m_longId(MessageIdBytes(store->guid, store->isPublic, MessageRowId(folder, false, 0))),
       m_shortId(ShortIdBytes(static_cast<uint64_t>(m_session->number()), ObjectId::Message, 0)),

@@ -1,61 +1,13 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-#include <zip.h>
-
-#include <filesystem>
-#include <fstream>
-
-#include "platform/database/Provider.h"
 #include "platform/database/local/LocalEngine.h"
-#include "platform/events/epoll/EpollEvents.h"
+#include "tests/platform/database/LocalFilesTest.h"
+#include <gtest/gtest.h>
 
 namespace {
 
-namespace fs = std::filesystem;
 using kr::TranslateDialect;
 using kr::Value;
 
-class LocalEngineTest : public testing::Test {
-protected:
-    LocalEngineTest() {
-        char pattern[] = "/tmp/kr-local-XXXXXX";
-        folder = mkdtemp(pattern);
-    }
-    ~LocalEngineTest() override { fs::remove_all(folder); }
-    void write(const std::string& name, const std::string& text) const {
-        std::ofstream(folder / name, std::ios::binary) << text;
-    }
-    std::unique_ptr<kr::Database> text(const std::string& more = "HDR=Yes;FMT=Delimited") {
-        return provider->Open("Provider=Microsoft.Jet.OLEDB.4.0;Data Source=" + folder.string() +
-                              ";Extended Properties=\"text;" + more + "\";");
-    }
-    std::unique_ptr<kr::Database> excel(const std::string& name) {
-        return provider->Open(
-            "Provider=Microsoft.ACE.OLEDB.12.0;Data Source=" + (folder / name).string() +
-            ";Extended Properties=\"Excel 12.0 Xml;HDR=YES\";");
-    }
-    void zip(const std::string& name, const std::map<std::string, std::string>& parts) const {
-        int error = 0;
-        zip_t* package = zip_open((folder / name).c_str(), ZIP_CREATE | ZIP_TRUNCATE, &error);
-        ASSERT_NE(package, nullptr);
-        for (const auto& [path, body] : parts)
-            zip_file_add(package, path.c_str(),
-                         zip_source_buffer(package, body.data(), body.size(), 0), 0);
-        ASSERT_EQ(zip_close(package), 0);
-    }
-    static long numberOf(const std::function<void()>& call) {
-        try {
-            call();
-        } catch (const kr::PlatformError& e) {
-            return e.number();
-        }
-        return 0;
-    }
-
-    fs::path folder;
-    std::unique_ptr<kr::Events> events = std::make_unique<kr::EpollEvents>();
-    std::unique_ptr<kr::DatabaseProvider> provider = kr::MakeDatabaseProvider(*events);
-};
+class LocalEngineTest : public kr::LocalFilesTest {};
 
 TEST(DialectTest, TranslatesWhatTheEngineDoesNotKnow) {
     EXPECT_EQ(TranslateDialect("SELECT TOP 5 * FROM [a$] ORDER BY x;"),

@@ -38,7 +38,7 @@ bool BusFixture::Start() {
     if (!m_bus.running() && !m_bus.Start())
         return false;
     m_thread = std::thread([this] { serve(); });
-    for (int i = 0; i < 300 && !m_ready; ++i)
+    for (int i = 0; i < 1000 && !m_ready; ++i)
         std::this_thread::sleep_for(10ms);
     return m_ready;
 }

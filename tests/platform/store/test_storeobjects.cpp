@@ -465,4 +465,52 @@ TEST_F(StoreObjects, AVanishedFileIsNoticed) {
     EXPECT_FALSE(rdo().StillThere());
 }
 
+TEST_F(StoreObjects, AMovedMessageIsWholeInTheOtherStore) {
+    auto message = add("IPM.Post", "Moves");
+    message->SetFields(key(*message, "Moved Key", PropType::String), "kept");
+    message->SetFields(key(*message, "Long Key", PropType::String), std::string(100000, 'x'));
+    message->Save();
+    const EntryID before = message->ID();
+    const Time created = message->CreationTime();
+    auto target = rdo().Stores().AllPublicFolders()->Folders()->Item("Shared");
+    const PropTag otherId = key(*target, "A Key That Shifts The Ids", PropType::String);
+    EXPECT_NE(PropId(otherId), 0);
+
+    message->MoveTo(*target);
+    EXPECT_EQ(inbox->Items()->Count(), 0);
+    ASSERT_EQ(target->Items()->Count(), 1);
+    EXPECT_THROW(rdo().GetMessageFromID(before, {}), PlatformError);
+    EXPECT_NE(message->ID(), before);
+    auto moved = rdo().GetMessageFromID(message->ID(), target->StoreID());
+    EXPECT_EQ(moved->Subject(), "Moves");
+    EXPECT_EQ(moved->CreationTime(), created);
+    EXPECT_EQ(moved->Parent()->ID(), target->ID());
+    EXPECT_EQ(moved->Fields(key(*moved, "Moved Key", PropType::String)), Value("kept"));
+    EXPECT_EQ(moved->Fields(key(*moved, "Long Key", PropType::String)).text().size(), 100000U);
+    // the object goes on with the moved message
+    message->SetSubject("Moved");
+    message->Save();
+    EXPECT_EQ(rdo().GetMessageFromID(message->ID(), target->StoreID())->Subject(), "Moved");
+    EXPECT_EQ(target->Items()->Count(), 1);
+}
+
+TEST_F(StoreObjects, MovesThatCantBeAreRefusedAndChangeNothing) {
+    auto fresh = inbox->Items()->Add("IPM.Note");
+    EXPECT_THROW(fresh->MoveTo(*inbox), PlatformError);
+    auto message = add("IPM.Note", "Stays");
+    const EntryID before = message->ID();
+    message->MoveTo(*inbox); // where it lies already
+    EXPECT_EQ(message->ID(), before);
+    auto gone = inbox->Folders()->Add("Gone");
+    auto same = inbox->Folders()->Item("Gone");
+    same->Delete();
+    EXPECT_THROW(message->MoveTo(*gone), PlatformError);
+    EXPECT_EQ(message->ID(), before);
+    EXPECT_EQ(inbox->Items()->Count(), 1);
+    rdo().GetMessageFromID(before, {})->Delete();
+    auto other = inbox->Folders()->Add("Other");
+    EXPECT_THROW(message->MoveTo(*other), PlatformError);
+    EXPECT_EQ(other->Items()->Count(), 0);
+}
+
 } // namespace
