@@ -3,8 +3,11 @@
 namespace kr {
 
 void RegisterContactKinds(Console& console, const ContactForms& forms) {
-    (void)console;
-    (void)forms;
+    RegisterAcfKinds(console, forms);
+    RegisterAcdsKinds(console, forms);
+    RegisterMclKinds(console, forms);
+    RegisterPrivacyCommands(console, forms);
+    RegisterNoteKinds(console, forms);
 }
 
 } // namespace kr

@@ -39,7 +39,7 @@ bool PutTrustRanking(AgentSession& session, std::string_view ranking);
 /// Rebuilds the branch of the sources below "acfroot".
 void LoadAcfTree(AgentSession& session, TreeModel& tree);
 /// Stores the order that the branch has.
-void SaveTrustRanking(AgentSession& session, TreeModel& tree);
+bool SaveTrustRanking(AgentSession& session, TreeModel& tree);
 /// One step up or down among the sources, stored at once.
 void MoveAcfNode(AgentSession& session, TreeModel& tree, TreeNode& node, bool up);
 bool AcfNodeExists(TreeModel& tree, const EntryID& acf);
@@ -55,7 +55,7 @@ bool AcdsQueryInUse(AgentSession& session, const EntryID& own, std::string_view 
                     std::string_view query);
 RDOMessagePtr FindByGuid(RDOFolder& folder, std::string_view messageClass, std::string_view guid);
 /// The record's ACS.Guid; one that is empty is made, and saved with `save`.
-std::string EnsureAcsGuid(RDOMessage& acf, bool save);
+std::string EnsureAcsGuid(AgentSession& session, RDOMessage& acf, bool save);
 /// The folder of a folder source; nullptr, with the reason in the log, when it can't be opened.
 RDOFolderPtr OpenAcfFolder(AgentSession& session, RDOMessage& acf);
 

@@ -37,6 +37,7 @@ private:
     void onSelect();
     void onRemove();
     void show();
+    void adjust();
 
     AgentSession& m_session;
     Controls m_controls;
