@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <functional>
 
 #include "core/Text.h"
@@ -97,16 +98,17 @@ void loadConnector(AgentSession& session, TreeModel& tree, RDOMessage& connector
     connector.Save();
 }
 
-/// Gives a node another key, which the tree only does by a new one in its place.
-TreeNode* rekey(TreeModel& tree, TreeNode& node, const std::string& key, const char* image) {
-    TreeNode* parent = node.parent;
-    const size_t row = node.row();
-    const std::string text = node.text;
-    tree.Remove(node);
-    TreeNode* renewed = tree.Add(parent->key, key, kBes, text, image);
-    if (renewed)
-        tree.Move(*renewed, row);
-    return renewed;
+bool rekey(TreeModel& tree, TreeNode& node, const std::string& key, const char* image) {
+    if (!tree.SetKey(node, key))
+        return false;
+    tree.SetImage(node, image);
+    return true;
+}
+
+bool showsServers(const TreeNode& connector, const Strings& servers) {
+    return std::ranges::equal(
+        connector.children, servers,
+        [](const auto& node, const std::string& server) { return node->text == BesName(server); });
 }
 
 /// Changes the list of excluded servers of a connector.
@@ -184,6 +186,54 @@ std::string LoadBesServers(AgentSession& session, TreeModel& tree, TreeNode& con
     return stripped(excluded);
 }
 
+bool IsExcludedBes(const TreeNode& bes) { return bes.image == kGhostIcon; }
+
+TreeNode* ShowConnector(AgentSession& session, TreeModel& tree, RDOMessage& connector) {
+    TreeNode* node = tree.Find(connector.ID().text());
+    if (node)
+        tree.SetText(*node, connector.Subject());
+    else
+        node = AddConnectorNode(tree, connector,
+                                KeyText(connector, "Connector.Type") == kMbxConnector);
+    const Value stored = GetKey(connector, "Connector.BES.Servers");
+    const Strings* servers = storedServers(stored);
+    if (!node || !servers || showsServers(*node, *servers))
+        return node;
+    tree.RemoveChildren(*node);
+    const std::string exclude = KeyText(connector, "Connector.Exclude");
+    const std::string now = LoadBesServers(session, tree, *node, *servers, exclude);
+    if (!EqualNoCase(now, exclude)) {
+        SetKey(connector, "Connector.Exclude", now);
+        connector.Save();
+    }
+    return node;
+}
+
+RDOMessagePtr OpenConnector(AgentSession& session, const EntryID& id) {
+    RDOMessagePtr connector = GetMessage(session, id);
+    if (!connector) {
+        session.log("unable to open connector " + id.text());
+        session.ui().MsgBox("Unable to open this BES connector", BoxIcon::Stop);
+    }
+    return connector;
+}
+
+EntryID SaveConnector(AgentSession& session, const EntryID& id,
+                      const std::function<void(RDOMessage&)>& write) {
+    return Trap(
+        [&]() -> EntryID {
+            const RDOMessagePtr connector = id.empty() && session.agentInfo
+                                                ? session.agentInfo->Items()->Add(kConnectorClass)
+                                                : GetMessage(session, id);
+            if (!connector)
+                throw PlatformError(MAPI_E_NOT_FOUND, "the connector is not there");
+            write(*connector);
+            connector->Save();
+            return connector->ID();
+        },
+        [&](const Trapped& error) { session.log("SaveConnector:" + error.text()); });
+}
+
 bool ConnectorExists(AgentSession& session, std::string_view subject, const EntryID& own) {
     if (!session.agentInfo)
         return false;
@@ -203,7 +253,7 @@ bool ExcludeBes(AgentSession& session, TreeModel& tree, TreeNode& bes) {
     const std::string name = bes.text;
     if (!changeExclude(session, bes, [&](const std::string& list) { return WithName(list, name); }))
         return false;
-    return rekey(tree, bes, excludedKey(tree, name), kGhostIcon) != nullptr;
+    return rekey(tree, bes, excludedKey(tree, name), kGhostIcon);
 }
 
 bool IncludeBes(AgentSession& session, TreeModel& tree, TreeNode& bes) {
@@ -218,7 +268,7 @@ bool IncludeBes(AgentSession& session, TreeModel& tree, TreeNode& bes) {
     if (!changeExclude(session, bes,
                        [&](const std::string& list) { return WithoutName(list, name); }))
         return false;
-    return rekey(tree, bes, activeKey(name), kActiveIcon) != nullptr;
+    return rekey(tree, bes, activeKey(name), kActiveIcon);
 }
 
 } // namespace kr

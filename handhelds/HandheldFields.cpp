@@ -47,15 +47,15 @@ constexpr HandheldColumn kColumns[] = {{"Last", F::LastName},
                                        {"Email", F::Email},
                                        {"PIN", F::PIN},
                                        {"Model", F::Model},
-                                       {"Phone Number", F::Phone},
+                                       {"Phone Number", F::Phone, "Phone"},
                                        {"Exchange Server", F::HomeServer},
-                                       {"BES Server", F::BBServer},
+                                       {"BES Server", F::BBServer, "BES"},
                                        {"Protocol", F::Protocol},
                                        {"DCID", F::DCID}};
 constexpr HandheldColumn kBesColumns[] = {
     {"Last", F::LastName},     {"First", F::FirstName},
     {"Email", F::Email},       {"PIN", F::PIN},
-    {"Model", F::Model},       {"Phone Number", F::Phone},
+    {"Model", F::Model},       {"Phone Number", F::Phone, "Phone"},
     {"Protocol", F::Protocol}, {"Exchange Server", F::HomeServer},
     {"DCID", F::DCID}};
 

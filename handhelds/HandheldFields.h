@@ -56,6 +56,8 @@ std::vector<Field> HandheldRecordsetFields();
 struct HandheldColumn {
     std::string_view heading;
     HandheldField field;
+    /// Empty: the heading.
+    std::string_view key = {};
 };
 /// All handhelds, and those of one BES.
 std::span<const HandheldColumn> HandheldColumns();

@@ -4,8 +4,10 @@
 #include <array>
 
 #include "core/CBase64.h"
+#include "core/DatabaseWait.h"
 #include "core/Text.h"
 #include "core/Trap.h"
+#include "core/basCxnString.h"
 #include "core/basStore.h"
 #include "net/basWeb.h"
 
@@ -17,6 +19,9 @@ constexpr const char* kBesQuery = "SELECT DISTINCT ServiceName, MachineName, SRP
                                   "FROM ServerConfig ORDER BY ServiceName";
 constexpr const char* kMdsQuery = "SELECT BESServerName, MDSHost, WebServerListenPort "
                                   "FROM vMDSConfig WHERE (IsPushServer = 1)";
+
+/// Caption of the window that waits for a database.
+constexpr std::string_view kReading = "Reading the BES servers";
 
 /// Folders of a mailbox's root that are no servers.
 constexpr std::array<std::string_view, 12> kOtherFolders = {"Common Views",
@@ -77,53 +82,57 @@ std::string BesName(std::string_view server) {
 }
 
 std::vector<std::string> GetBESServers(AgentSession& session, Database& database,
-                                       const std::string& connection) {
+                                       const std::string& connection, const DbLimits& limits) {
     std::vector<std::string> servers;
     Trap(
         [&] {
-            for (const std::vector<Value>& row : database.Query(kBesQuery).rows)
+            for (const std::vector<Value>& row : database.Query(kBesQuery, limits).rows)
                 servers.push_back(joined(row));
         },
         [&](const Trapped&) {
             servers.clear();
-            session.log("GetBESServers failed to open recordset for " + connection);
+            session.log("GetBESServers failed to open recordset for " + MaskPassword(connection));
         });
     return servers;
 }
 
 std::vector<std::string> GetPushServerList(AgentSession& session, Database* database,
-                                           const std::string& connection) {
+                                           const std::string& connection, const DbLimits& limits) {
     std::vector<std::string> servers;
+    const std::string shown = MaskPassword(connection);
     if (!database) {
-        session.log("GetPushServerList  failed: connection is not open (" + connection + ")");
+        session.log("GetPushServerList  failed: connection is not open (" + shown + ")");
         return servers;
     }
     Trap(
         [&] {
-            const DbRows rows = database->Query(kMdsQuery);
+            const DbRows rows = database->Query(kMdsQuery, limits);
             session.log("GetPushServerList " + std::to_string(rows.rows.size()) +
-                        " records returned on query against " + connection);
+                        " records returned on query against " + shown);
             for (const std::vector<Value>& row : rows.rows)
                 if (row.size() >= 3)
                     servers.push_back(textOf(row[1]) + ":" + textOf(row[2]));
         },
         [&](const Trapped& error) {
-            session.log("GetPushServerList  unable to open recordset at " + connection + " " +
+            session.log("GetPushServerList  unable to open recordset at " + shown + " " +
                         error.description);
         });
     return servers;
 }
 
 bool ReadBesDatabase(AgentSession& session, const std::string& connection, BesServers& servers) {
-    const auto database = Trap([&] { return session.platform.database.Open(connection); },
+    const WaitCursor cursor(session.ui());
+    const DatabaseWait wait(session, std::string(kReading));
+    const DbLimits limits = wait.limits();
+    const auto database = Trap([&] { return session.platform.database.Open(connection, limits); },
                                [&](const Trapped& error) {
-                                   session.log("Failed to open connection to " + connection + " " +
-                                               error.description);
+                                   session.log("Failed to open connection to " +
+                                               MaskPassword(connection) + " " + error.description);
                                });
     if (!database)
         return false;
-    servers.bes = GetBESServers(session, *database, connection);
-    servers.mds = GetPushServerList(session, database.get(), connection);
+    servers.bes = GetBESServers(session, *database, connection, limits);
+    servers.mds = GetPushServerList(session, database.get(), connection, limits);
     return true;
 }
 
@@ -173,12 +182,16 @@ std::vector<std::string> ReadMbxCxnString(AgentSession& session, const std::stri
                                           const std::string& mailbox) {
     if (connection.empty())
         return {};
-    const auto database = TrapSilently([&] { return session.platform.database.Open(connection); });
+    const WaitCursor cursor(session.ui());
+    const DatabaseWait wait(session, std::string(kReading));
+    const DbLimits limits = wait.limits();
+    const auto database =
+        TrapSilently([&] { return session.platform.database.Open(connection, limits); });
     if (!database)
         return {};
     session.log("ReadMbxCxnString:retrieving push server list for " + mailbox + " using " +
-                connection);
-    return GetPushServerList(session, database.get(), connection);
+                MaskPassword(connection));
+    return GetPushServerList(session, database.get(), connection, limits);
 }
 
 // --- Push servers

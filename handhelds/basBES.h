@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,11 +19,13 @@ inline constexpr std::string_view kMbxConnector = "MBX";
 /// "ServiceName;MachineName;SRPid;BESVersion" for each server of the database. `connection` names
 /// it in the log.
 std::vector<std::string> GetBESServers(AgentSession& session, Database& database,
-                                       const std::string& connection);
+                                       const std::string& connection, const DbLimits& limits = {});
 /// "MDSHost:WebServerListenPort" for each push server; empty when the query fails.
 std::vector<std::string> GetPushServerList(AgentSession& session, Database* database,
-                                           const std::string& connection);
+                                           const std::string& connection,
+                                           const DbLimits& limits = {});
 /// The same lists of a connector's database, opened and closed here; false when it can't be opened.
+/// The windows stay alive meanwhile, behind a progress window whose Cancel ends the wait.
 struct BesServers {
     std::vector<std::string> bes;
     std::vector<std::string> mds;
@@ -41,10 +44,21 @@ std::vector<std::string> ReadMbxCxnString(AgentSession& session, const std::stri
 
 /// Loads the connectors below the root the first time, when the tree still has their placeholder.
 void LoadBesConnectors(AgentSession& session, TreeModel& tree);
-/// Adds a connector's node with its servers; gives the list of the excluded ones.
+/// Adds the servers of a connector below its node; gives the list of the excluded ones.
 std::string LoadBesServers(AgentSession& session, TreeModel& tree, TreeNode& connector,
                            const std::vector<std::string>& servers, std::string_view exclude);
 TreeNode* AddConnectorNode(TreeModel& tree, const RDOMessage& connector, bool mailbox);
+/// Makes the node of a connector that was saved in its dialog, or brings it up to date: its text,
+/// and its servers where the record has others now.
+TreeNode* ShowConnector(AgentSession& session, TreeModel& tree, RDOMessage& connector);
+/// The node of a BES stands for one that is excluded.
+bool IsExcludedBes(const TreeNode& bes);
+/// The record of a connector for its dialog; nullptr when it can't be opened, which a box says.
+RDOMessagePtr OpenConnector(AgentSession& session, const EntryID& id);
+/// Writes the record, a new one for an empty id. Gives its id; an empty one, with the reason in the
+/// log, when it couldn't be saved.
+EntryID SaveConnector(AgentSession& session, const EntryID& id,
+                      const std::function<void(RDOMessage&)>& write);
 /// Another connector has the subject.
 bool ConnectorExists(AgentSession& session, std::string_view subject, const EntryID& own);
 /// Takes a BES out of its connector, or in again; false when that was refused or failed, and told.

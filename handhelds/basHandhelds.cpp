@@ -152,10 +152,11 @@ std::shared_ptr<Recordset> RequireHandhelds(AgentSession& session) {
     return session.handhelds;
 }
 
-ListRow HandheldRow(const Recordset& handheld, std::span<const HandheldColumn> columns) {
+ListRow HandheldRow(const Recordset& handheld, std::span<const HandheldColumn> columns,
+                    std::string_view tag) {
     ListRow row;
     row.key = handheld.Text(Index(HandheldField::EntryID));
-    row.tag = "reghh";
+    row.tag = tag;
     row.icon = iconOf(handheld);
     row.ghosted = !handheld.Get(Index(HandheldField::NotInServiceDate)).empty();
     for (const HandheldColumn& column : columns)

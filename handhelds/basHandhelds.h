@@ -23,7 +23,8 @@ bool DeviceInfo(AgentSession& session, bool force = false);
 std::shared_ptr<Recordset> RequireHandhelds(AgentSession& session);
 
 /// The row of the current record for the list of all handhelds, or of those of one BES.
-ListRow HandheldRow(const Recordset& handheld, std::span<const HandheldColumn> columns);
+ListRow HandheldRow(const Recordset& handheld, std::span<const HandheldColumn> columns,
+                    std::string_view tag);
 /// A filter for one value of a field, ignoring case.
 std::string HandheldFilter(std::string_view field, std::string_view value);
 

@@ -1,20 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "core/basStore.h"
-#include "handhelds/basBES.h"
-#include "tests/support/World.h"
+#include "tests/handhelds/BesTest.h"
 
 namespace {
 
 using namespace kr;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr const char* kBesQuery = "SELECT DISTINCT ServiceName, MachineName, SRPid, BESVersion "
-                                  "FROM ServerConfig ORDER BY ServiceName";
-constexpr const char* kMdsQuery = "SELECT BESServerName, MDSHost, WebServerListenPort "
-                                  "FROM vMDSConfig WHERE (IsPushServer = 1)";
 
 class Bes : public ::testing::Test {
 protected:
@@ -23,20 +16,11 @@ protected:
         tree.Add("", "agent", "agent", "Agent", "");
         tree.Add("agent", "besconnectorroot", "besconnectorroot", "BES Configuration", "");
         tree.Add("besconnectorroot", "dummybb", "dummybb", "", "");
-        FakeDatabase::Source& source = world.database.sources["db"];
-        source.answers[kBesQuery] = {{"ServiceName", "MachineName", "SRPid", "BESVersion"},
-                                     {{"BES1", "m1", "S1", "4.1"}, {" BES2 ", Value(), "S2", 5}}};
-        source.answers[kMdsQuery] = {{"BESServerName", "MDSHost", "WebServerListenPort"},
-                                     {{"BES1", "mds1", 8080}, {"BES2", "mds2", 8081}}};
+        addBesDatabase(world, "db");
     }
     AgentSession& session() { return *world.session; }
-    RDOMessagePtr connector(const std::string& name, std::map<std::string, Value> keys) {
-        const RDOMessagePtr message = session().agentInfo->Items()->Add(kConnectorClass);
-        message->SetSubject(name);
-        for (const auto& [key, value] : keys)
-            SetKey(*message, key, value);
-        message->Save();
-        return message;
+    RDOMessagePtr connector(const std::string& name, const std::map<std::string, Value>& keys) {
+        return addConnector(world, name, keys);
     }
     RDOMessagePtr again(const RDOMessagePtr& message) {
         return GetMessage(session(), message->ID());

@@ -122,19 +122,19 @@ TEST_F(Handhelds, RowsHaveTheirIcons) {
     add("20BB", "None", {{"Not In Service Date", world.clock.now()}});
     add("", "c@x.test", {});
     ASSERT_TRUE(DeviceInfo(session()));
-    ListRow row = HandheldRow(table(), HandheldColumns());
+    ListRow row = HandheldRow(table(), HandheldColumns(), "reghh");
     EXPECT_EQ(row.icon, "imgUser");
     EXPECT_EQ(row.tag, "reghh");
     EXPECT_FALSE(row.ghosted);
     EXPECT_THAT(row.texts,
                 ElementsAre("Adams", "", "a@x.test", "20AA", "", "", "", "BES1", "", ""));
     table().MoveNext();
-    row = HandheldRow(table(), HandheldColumns());
+    row = HandheldRow(table(), HandheldColumns(), "reghh");
     EXPECT_EQ(row.icon, "imgNoUser");
     EXPECT_TRUE(row.ghosted);
     table().MoveNext();
-    EXPECT_EQ(HandheldRow(table(), BesHandheldColumns()).icon, "imgUserOnly");
-    EXPECT_EQ(HandheldRow(table(), BesHandheldColumns()).texts.size(), 9U);
+    EXPECT_EQ(HandheldRow(table(), BesHandheldColumns(), "regbes").icon, "imgUserOnly");
+    EXPECT_EQ(HandheldRow(table(), BesHandheldColumns(), "regbes").texts.size(), 9U);
 }
 
 TEST_F(Handhelds, FindingByPinAndAddress) {

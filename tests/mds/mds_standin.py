@@ -239,7 +239,9 @@ def main():
     parser.add_argument("--quiet", action="store_true")
     args = parser.parse_args()
     server = Standin(args.port, args.record, args.quiet)
-    print(f"listening on {server.server_address[1]}", flush=True)
+    # one write, also where the output isn't buffered
+    sys.stdout.write(f"listening on {server.server_address[1]}\n")
+    sys.stdout.flush()
     try:
         server.serve_forever()
     except KeyboardInterrupt:

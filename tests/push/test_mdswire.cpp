@@ -40,9 +40,10 @@ public:
         char line[64] = {};
         if (m_running && read(ends[0], line, sizeof line - 1) > 0)
             sscanf(line, "listening on %d", &port);
-        close(ends[0]);
+        m_output = ends[0];
     }
     ~Standin() {
+        close(m_output);
         if (!m_running)
             return;
         kill(m_pid, SIGKILL);
@@ -55,6 +56,7 @@ public:
 private:
     bool m_running = false;
     pid_t m_pid = 0;
+    int m_output = -1;
 };
 
 class MdsWire : public ::testing::Test {
