@@ -1,3 +1,6 @@
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QTest>
 
 #include "core/Text.h"
@@ -13,6 +16,14 @@ void add(Driver& driver, const std::string& name, std::string usage, std::string
          size_t most, std::function<void(const Words&)> run) {
     driver.Add(name,
                {std::move(usage), std::move(help), least, most, std::move(run), false, false});
+}
+
+void writeFile(const Words& words) {
+    QDir().mkpath(QFileInfo(Q(words[0])).path());
+    QFile file(Q(words[0]));
+    const QByteArray text = QByteArray::fromStdString(words[1]);
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size())
+        throw Failure("the file can't be written");
 }
 
 void addStoreCommands(Driver& driver, World& world) {
@@ -56,6 +67,8 @@ void AddWorldCommands(Driver& driver, World& world) {
         1, 1, [&driver](const Words& w) { driver.SetTimeout(std::stoi(w[0])); });
     add(driver, "quit", "", "end here, as passed", 0, 0,
         [&driver](const Words&) { driver.Quit(); });
+    add(driver, "write-file", "PATH TEXT", "make a file, with the folders above it", 2, 2,
+        writeFile);
     addStoreCommands(driver, world);
 }
 
