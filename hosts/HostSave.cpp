@@ -152,7 +152,8 @@ void HostEditor::finish() {
     m_host->Save();
     dirty = false;
     saved = true;
-    SendServiceControl(m_session, HostPath(name), kCodeHostChanged, watchdogChanged);
+    if (!name.empty()) // an empty name would reach this computer's agent
+        SendServiceControl(m_session, HostPath(name), kCodeHostChanged, watchdogChanged);
     watchdogChanged = false;
 }
 

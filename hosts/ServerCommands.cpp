@@ -23,12 +23,12 @@ namespace {
 struct RunNow {
     std::string_view command;
     AgentCode code;
-    std::string_view what;
+    std::string_view log;
 };
 constexpr RunNow kRuns[] = {
-    {"mnuServerBPENow", kCodeBPENow, "BPE Now"},
-    {"mnuServerMCCNow", kCodeMCCNow, "MCC Now"},
-    {"mnuServerSSUNow", kCodeSSUNow, "SSU Now"},
+    {"mnuServerBPENow", kCodeBPENow, "Launching BPE Now on "},
+    {"mnuServerMCCNow", kCodeMCCNow, "Launching MCC Now on "},
+    {"mnuServerSSUNow", kCodeSSUNow, "Launching SSU Now on "},
 };
 
 std::vector<SelectedServer> selectedServers(const Console& console) {
@@ -39,9 +39,13 @@ std::vector<SelectedServer> selectedServers(const Console& console) {
     return servers;
 }
 
+/// The server that an order goes to. A record without a name has none: an empty name would reach
+/// this computer's agent.
 std::optional<SelectedServer> selectedServer(const Console& console) {
     const auto servers = selectedServers(console);
-    return servers.empty() ? std::nullopt : std::optional(servers.front());
+    if (servers.empty() || servers.front().name.empty())
+        return std::nullopt;
+    return servers.front();
 }
 
 std::string taskOf(AgentSession& session, const SelectedServer& server) {
@@ -54,8 +58,8 @@ void sayBusy(AgentSession& session, const std::string& who, const std::string& w
                         BoxIcon::Information);
 }
 
-void launch(AgentSession& session, std::string_view what, const std::string& name, int code) {
-    session.log("Launching " + std::string(what) + " on " + name);
+void launch(AgentSession& session, std::string_view log, const std::string& name, int code) {
+    session.log(std::string(log) + name);
     SendServiceControl(session, HostPath(name), code);
 }
 
@@ -66,7 +70,7 @@ void runNow(Console& console, ServerList& list, const RunNow& run) {
     AgentSession& session = console.session();
     if (const std::string task = taskOf(session, *server); !task.empty())
         return sayBusy(session, server->name, task);
-    launch(session, run.what, server->name, run.code);
+    launch(session, run.log, server->name, run.code);
     list.RefreshServerRow(server->key);
 }
 
@@ -81,7 +85,7 @@ void runBSR(Console& console) {
     }
     if (const std::string task = GetCurrentTask(*host); !task.empty())
         return sayBusy(session, name, task);
-    launch(session, "BSR Now", name, kCodeBSRNow);
+    launch(session, "Launching BSR Now on ", name, kCodeBSRNow);
 }
 
 void runEPS(Console& console, ServerList& list, const HostForms& forms) {
@@ -97,7 +101,8 @@ void runEPS(Console& console, ServerList& list, const HostForms& forms) {
     const int code = forms.frmEPSNow(EntryID(server->key));
     if (code != kCodeEPSNow && code != kCodeEPSSpecial)
         return;
-    launch(session, code == kCodeEPSNow ? "EPS Now" : "EPS Special", server->name, code);
+    launch(session, code == kCodeEPSNow ? "Launching EPS Now on " : "Launching EPS Special on ",
+           server->name, code);
     list.RefreshServerRow(server->key);
 }
 
@@ -161,9 +166,12 @@ void deleteServers(Console& console) {
 } // namespace
 
 void ShowServerProperties(Console& console, ServerList& list, const HostForms& forms) {
-    const auto server = selectedServer(console);
-    if (server && forms.frmHost && forms.frmHost(EntryID(server->key)))
-        list.RefreshServerRow(server->key);
+    const auto servers = selectedServers(console);
+    if (servers.empty() || !forms.frmHost)
+        return;
+    const std::string key = servers.front().key;
+    if (forms.frmHost(EntryID(key)))
+        list.RefreshServerRow(key);
 }
 
 void RegisterServerCommands(Console& console, std::shared_ptr<ServerList> list,

@@ -247,6 +247,20 @@ TEST_F(ServerCommands, CommandsNeedASelectedServer) {
     EXPECT_THAT(shown, IsEmpty());
 }
 
+TEST_F(ServerCommands, ANamelessRecordReachesNobody) {
+    a = hosts.Add("");
+    open();
+    EXPECT_EQ(row(a).texts[0], "");
+    for (const char* command :
+         {"mnuServerSSUNow", "mnuServerEndTask", "mnuServerStop", "mnuServerStart"})
+        run(command);
+    EndAllTasks(*world.session);
+    EXPECT_THAT(world.services.sent,
+                ElementsAre(Sent{"SRVA", "zandrelAgent", 210}, Sent{"SRVB", "zandrelAgent", 210}));
+    run("mnuActionmnuProps");
+    EXPECT_THAT(shown, ElementsAre("frmHost " + a.text()));
+}
+
 TEST_F(ServerCommands, EndAllTasksReachesEveryServer) {
     EndAllTasks(*world.session);
     EXPECT_THAT(world.services.sent,
