@@ -16,6 +16,8 @@
 #include "contacts/ContactKinds.h"
 #include "contacts/forms/MakeContactForms.h"
 #include "core/Version.h"
+#include "handhelds/HandheldKinds.h"
+#include "handhelds/forms/MakeHandheldForms.h"
 #include "hosts/HostKinds.h"
 #include "hosts/forms/MakeHostForms.h"
 #include "net/NetCommands.h"
@@ -91,6 +93,7 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
     const auto over = [this] { return m_ui->DialogParent(); };
     RegisterHostKinds(m_main->console(), MakeHostForms(*m_session, over));
     RegisterNetCommands(m_main->console());
+    RegisterHandheldKinds(m_main->console(), MakeHandheldForms(*m_session, over));
     RegisterContactKinds(m_main->console(),
                          MakeContactForms(*m_session, m_main->console().tree(), over));
     registerDialogs();

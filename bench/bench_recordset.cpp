@@ -81,15 +81,15 @@ struct World {
         std::string id(140, 'A');
         for (size_t i = 0; i < kRows; ++i) {
             std::snprintf(id.data() + 120, 20, "%019zu", i);
-            row[0] = {Kind::Text, 0, 0, names[i]};
-            row[1] = {Kind::Text, 0, 0, emails[i]};
-            row[2] = {Kind::Text, 0, 0, id};
-            row[3] = {Kind::Integer, i % 10 == 0 ? -1 : 0, 0, {}};
-            row[4] = {Kind::Integer, i % 100 == 0, 0, {}};
+            row[0] = {Kind::Text, {0}, names[i]};
+            row[1] = {Kind::Text, {0}, emails[i]};
+            row[2] = {Kind::Text, {0}, id};
+            row[3] = {Kind::Integer, {i % 10 == 0 ? -1 : 0}, {}};
+            row[4] = {Kind::Integer, {i % 100 == 0}, {}};
             for (size_t f = 5; f < 15; ++f)
-                row[f] = {Kind::Text, 0, 0, f % 2 == 0 ? "Success" : "MAIL01"};
+                row[f] = {Kind::Text, {0}, f % 2 == 0 ? "Success" : "MAIL01"};
             for (size_t f = 15; f < 31; ++f)
-                row[f] = {Kind::Integer, static_cast<int64_t>(i * f), 0, {}};
+                row[f] = {Kind::Integer, {static_cast<int64_t>(i * f)}, {}};
             rs.AppendCells(row);
             bytes += names[i].size() + emails[i].size() + id.size() + 31 * 8;
         }

@@ -199,10 +199,10 @@ void addRow(Recordset& users, const NewUser& user, const std::string& id, int64_
     for (size_t i = 0; i < kUserFieldCount; ++i)
         if (UserFields()[i].type == FieldType::Boolean)
             row[i].kind = Kind::Integer;
-    cell(UserFieldID::Email) = {Kind::Text, 0, 0, user.address};
-    cell(UserFieldID::DisplayName) = {Kind::Text, 0, 0, user.name};
-    cell(UserFieldID::EntryID) = {Kind::Text, 0, 0, id};
-    cell(UserFieldID::State) = {Kind::Integer, state, 0, {}};
+    cell(UserFieldID::Email) = {Kind::Text, {0}, user.address};
+    cell(UserFieldID::DisplayName) = {Kind::Text, {0}, user.name};
+    cell(UserFieldID::EntryID) = {Kind::Text, {0}, id};
+    cell(UserFieldID::State) = {Kind::Integer, {state}, {}};
     users.AppendCells(row);
 }
 

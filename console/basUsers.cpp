@@ -64,7 +64,7 @@ public:
             return;
         if (!isUserClass(row[kClassColumn]))
             return;
-        static const TableCell none;
+        static const TableCell none{};
         for (size_t i = 0; i < kUserFieldCount; ++i)
             m_cells.Fill(i, m_columns[i] == kNoColumn ? none : row[m_columns[i]]);
         constexpr auto kEmail = static_cast<size_t>(UserFieldID::Email);

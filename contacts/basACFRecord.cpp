@@ -153,7 +153,7 @@ EntryID SaveAcf(AgentSession& session, const EntryID& id, const AcfSource& sourc
         EnsureAcsGuid(session, *acf, false);
         writeAcf(*acf, source);
         acf->Save();
-        return acf->ID();
+        return id.empty() ? acf->ID() : id;
     });
 }
 
@@ -182,7 +182,7 @@ EntryID SaveMCR(AgentSession& session, const EntryID& id, const EntryID& folder,
             SetKey(*mcr, kMcrPathKey, path);
         }
         mcr->Save();
-        return mcr->ID();
+        return id.empty() ? mcr->ID() : id;
     });
 }
 

@@ -109,7 +109,7 @@ void ADList::take(const DirectoryRow& row) {
     std::array<RecordsetCell, FieldCount> cells;
     for (size_t i = 0; i < FieldCount; ++i) {
         texts[i] = i == Proxies ? primaryAddress(row) : row.First(kFields[i]);
-        cells[i] = {RecordsetCell::Kind::Text, 0, 0, texts[i]};
+        cells[i] = {RecordsetCell::Kind::Text, {0}, texts[i]};
     }
     m_rows->AppendCells(cells);
     ++m_loaded;

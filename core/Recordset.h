@@ -36,8 +36,10 @@ struct RecordsetCell {
     enum class Kind : uint8_t { Null, Integer, Real, Text };
     Kind kind = Kind::Null;
     /// Whole numbers, Booleans (0 or not), dates (local, in seconds), currency x 10000.
-    int64_t integer = 0;
-    double real = 0;
+    union {
+        int64_t integer = 0;
+        double real;
+    };
     std::string_view text;
 };
 

@@ -254,7 +254,7 @@ public:
     }
 
 private:
-    void begin(std::vector<FieldSchema> schema) {
+    void begin(const std::vector<FieldSchema>& schema) {
         std::vector<Field> fields;
         for (const FieldSchema& field : schema) {
             if (field.xmlName.empty() || !m_places.emplace(field.xmlName, fields.size()).second)

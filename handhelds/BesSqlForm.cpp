@@ -96,6 +96,8 @@ void BesSqlForm::Refresh(AgentSession& session) {
     if (error) {
         session.log("Connector Refresh error during connection open (" + shown +
                     "): " + error->text());
+        if (error->number == DB_E_CANCELED)
+            return; // whoever cancelled knows
         session.ui().MsgBox("Unable to refresh data becase there was an error connecting to the "
                             "SQL database!",
                             BoxIcon::Stop);

@@ -85,6 +85,18 @@ std::shared_ptr<Recordset> rowOf(AgentSession& session, std::string_view field,
     return row->SetFilter(HandheldFilter(field, value)) && !row->EOF_() ? row : nullptr;
 }
 
+/// The row of a record that an import has made.
+void addRow(AgentSession& session, const std::string& esn, const std::string& pin,
+            const EntryID& id) {
+    if (!session.handhelds)
+        return;
+    std::vector<Value> row(kHandheldFieldCount);
+    row[Index(HandheldField::ESN)] = esn;
+    row[Index(HandheldField::PIN)] = pin;
+    row[Index(HandheldField::EntryID)] = id.text();
+    session.handhelds->Append(row);
+}
+
 /// Writes the cells of one line to a record and its row; a date that is none is left out.
 void importLine(AgentSession& session, RDOMessage& record, const std::vector<std::string>& cells,
                 const std::vector<int>& columns, Recordset* row) {
@@ -210,6 +222,8 @@ bool ImportHandheldPINs(AgentSession& session, const std::string& file) {
         record->Save();
         if (const auto row = rowOf(session, "ESN", esn))
             row->Set(Index(HandheldField::PIN), pin);
+        else
+            addRow(session, esn, pin, record->ID());
         return true;
     });
     session.ui().MsgBox("Successfully imported " + std::to_string(count) + " PINs.",

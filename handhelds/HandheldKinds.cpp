@@ -111,13 +111,15 @@ void deleteHandhelds(Console& console) {
     console.ShowStatus(kDeleting);
     {
         const WaitCursor wait(ui);
-        const auto progress = ui.StartProgress(kDeleting, ProgressKind::Plain);
-        for (int64_t done = 0; done < count && !progress->Cancelled(); ++done) {
+        const auto progress =
+            count > 1 ? ui.StartProgress(kDeleting, ProgressKind::Plain) : nullptr;
+        for (int64_t done = 0; done < count && !(progress && progress->Cancelled()); ++done) {
             const std::string& key = rows[static_cast<size_t>(done)].key;
             if (DeleteHandheld(console.session(), EntryID(key)))
                 if (const size_t at = console.list().Find(key); at != ListModel::npos)
                     console.list().Remove(at);
-            progress->SetValue(done + 1, count);
+            if (progress)
+                progress->SetValue(done + 1, count);
             ui.DoEvents();
         }
     }

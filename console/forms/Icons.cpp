@@ -12,7 +12,7 @@ namespace kr {
 
 namespace {
 
-constexpr std::string_view kGhost = "Ghost";
+constexpr QLatin1String kGhost("Ghost");
 
 /// Draws another icon with a part of its strength, sharp at every scale.
 class DimmedEngine : public QIconEngine {
@@ -44,6 +44,11 @@ QString fileOf(const QString& name) {
     return ":/icons/" + name + ".svg";
 }
 
+QIcon iconOf(const QString& name, bool dimmed) {
+    QIcon icon(fileOf(QFile::exists(fileOf(name)) ? name : QStringLiteral("imgFolder")));
+    return dimmed ? QIcon(new DimmedEngine(std::move(icon))) : icon;
+}
+
 } // namespace
 
 bool HasIcon(std::string_view name) {
@@ -52,16 +57,17 @@ bool HasIcon(std::string_view name) {
 }
 
 const QIcon& IconOf(std::string_view name, bool dimmed) {
-    // the image of an inactive source: that of an active one, dimmed
-    if (name.ends_with(kGhost) && !HasIcon(name))
-        return IconOf(name.substr(0, name.size() - kGhost.size()), true);
     static QHash<QByteArray, QIcon> icons[2];
     const QByteArray key(name.data(), static_cast<qsizetype>(name.size()));
     auto found = icons[dimmed].constFind(key);
     if (found != icons[dimmed].constEnd())
         return *found;
-    QIcon icon(fileOf(HasIcon(name) ? QString::fromUtf8(key) : QStringLiteral("imgFolder")));
-    return *icons[dimmed].insert(key, dimmed ? QIcon(new DimmedEngine(icon)) : icon);
+    const QString file = QString::fromUtf8(key);
+    if (!file.endsWith(kGhost))
+        return *icons[dimmed].insert(key, iconOf(file, dimmed));
+    // something inactive: a grey picture of its own, else that of the active one, dimmed
+    const QString active = file.chopped(kGhost.size());
+    return *icons[dimmed].insert(key, HasIcon(name) ? iconOf(file, false) : iconOf(active, true));
 }
 
 } // namespace kr

@@ -39,8 +39,10 @@ struct TableCell {
     /// Unspecified: the property has no value in this row.
     PropType type = PropType::Unspecified;
     /// Short, long, Boolean, currency (x 10000), and time as seconds since 1970 UTC.
-    int64_t integer = 0;
-    double real = 0;
+    union {
+        int64_t integer = 0;
+        double real;
+    };
     /// Text; or bytes of a binary; or for a list of texts its encoded form.
     std::string_view bytes;
 

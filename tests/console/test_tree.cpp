@@ -76,6 +76,19 @@ TEST_F(TreeModelTest, MovesAmongSiblings) {
     EXPECT_EQ(tree.Find("b1")->parent, tree.Find("b"));
 }
 
+TEST_F(TreeModelTest, AKeyIsChangedUnlessItIsTaken) {
+    TreeNode* b = tree.Find("b");
+    EXPECT_FALSE(tree.SetKey(*b, "a"));
+    EXPECT_EQ(b->key, "b");
+    EXPECT_TRUE(tree.SetKey(*b, "b")); // its own
+    EXPECT_TRUE(tree.SetKey(*b, "1031"));
+    EXPECT_EQ(tree.Find("b"), nullptr);
+    EXPECT_EQ(tree.Find("1031"), b);
+    EXPECT_EQ(b->key, "!~1031");
+    EXPECT_EQ(tree.Find("b1")->parent, b);
+    EXPECT_EQ(listener.heard, std::vector<std::string>{"changed !~1031"});
+}
+
 TEST_F(TreeModelTest, ChangesAndClearingAreTold) {
     tree.SetText(*tree.Find("a"), "R & D");
     tree.SetGhosted(*tree.Find("a"), true);

@@ -4,6 +4,7 @@
 #include "contacts/basACDSSource.h"
 #include "core/DatabaseWait.h"
 #include "tests/support/FailingWorld.h"
+#include "tests/support/SilentDatabase.h"
 #include "tests/support/World.h"
 
 namespace {
@@ -218,24 +219,6 @@ TEST_F(AcdsTest, RecordsThatCannotBeReadSayWhy) {
               "Unable to open query for P");
     EXPECT_TRUE(world.logHas("Unable to open query for P: &H80040E37 There is no such table."));
 }
-
-/// A server that accepts and never answers.
-class SilentDatabase : public DatabaseProvider {
-public:
-    explicit SilentDatabase(Events& events) : m_events(events) {}
-    std::unique_ptr<Database> Open(std::string_view, const DbLimits& limits) override {
-        const auto start = std::chrono::steady_clock::now();
-        while (!limits.cancel || !*limits.cancel) {
-            m_events.Run(std::chrono::milliseconds(10));
-            if (std::chrono::steady_clock::now() - start > std::chrono::seconds(20))
-                throw PlatformError(DB_E_TIMEOUT, "Timeout expired", "SilentDatabase");
-        }
-        throw PlatformError(DB_E_CANCELED, "Operation was canceled.", "SilentDatabase");
-    }
-
-private:
-    Events& m_events;
-};
 
 TEST_F(AcdsTest, AWaitCanBeCancelledWhileTheWindowsLive) {
     SilentDatabase silent(*world.events);

@@ -495,9 +495,9 @@ TEST(RecordsetValues, CellsOfALoader) {
     Recordset rs = every();
     using Kind = RecordsetCell::Kind;
     const RecordsetCell good[] = {
-        {Kind::Integer, -1, 0, {}},     {Kind::Integer, 5, 0, {}},    {Kind::Real, 0, 0.5, {}},
-        {Kind::Integer, 10000, 0, {}},  {Kind::Integer, 60, 0, {}},   {Kind::Integer, 1, 0, {}},
-        {Kind::Text, 0, 0, "override"}, {Kind::Text, 0, 0, "äöüßéx"}, {Kind::Null, 0, 0, "unread"}};
+        {Kind::Integer, {-1}, {}},     {Kind::Integer, {5}, {}},    {Kind::Real, {.real = 0.5}, {}},
+        {Kind::Integer, {10000}, {}},  {Kind::Integer, {60}, {}},   {Kind::Integer, {1}, {}},
+        {Kind::Text, {0}, "override"}, {Kind::Text, {0}, "äöüßéx"}, {Kind::Null, {0}, "unread"}};
     rs.AppendCells(good);
     rs.MoveFirst();
     const Value expected[] = {int16_t{-1}, 5,          0.5,     Currency{10000}, at(60),
@@ -505,10 +505,10 @@ TEST(RecordsetValues, CellsOfALoader) {
     for (int i = 0; i < 9; ++i)
         EXPECT_EQ(rs.Get(i), expected[i]) << i;
     // other kinds and sizes are null, never an error
-    const RecordsetCell bad[] = {{Kind::Integer, 40000, 0, {}},  {Kind::Integer, 1LL << 40, 0, {}},
-                                 {Kind::Text, 0, 0, "1"},        {Kind::Real, 0, 1, {}},
-                                 {Kind::Text, 0, 0, "1/1/2000"}, {Kind::Real, 0, 1, {}},
-                                 {Kind::Null, 0, 0, {}},         {Kind::Integer, 3, 0, {}}};
+    const RecordsetCell bad[] = {{Kind::Integer, {40000}, {}},  {Kind::Integer, {1LL << 40}, {}},
+                                 {Kind::Text, {0}, "1"},        {Kind::Real, {.real = 1}, {}},
+                                 {Kind::Text, {0}, "1/1/2000"}, {Kind::Real, {.real = 1}, {}},
+                                 {Kind::Null, {0}, {}},         {Kind::Integer, {3}, {}}};
     rs.AppendCells(bad);
     rs.MoveLast();
     for (int i = 0; i < 9; ++i)

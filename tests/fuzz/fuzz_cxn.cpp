@@ -5,8 +5,8 @@
 
 #include "contacts/basACDSCxn.h"
 
-/// Any text as a connection string in the dialog: what it takes out holds none of the signs at which
-/// it cuts, and what it builds has no blanks at its ends.
+/// Any text as a connection string in the dialog: what it takes out holds none of the signs at
+/// which it cuts, and what it builds has no blanks at its ends.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto fields =
         kr::LoadConnectionString(std::string_view(reinterpret_cast<const char*>(data), size));

@@ -5,6 +5,7 @@
 #include "handhelds/BesSqlForm.h"
 #include "tests/handhelds/BesTest.h"
 #include "tests/support/FailingWorld.h"
+#include "tests/support/SilentDatabase.h"
 
 namespace {
 
@@ -307,6 +308,7 @@ TEST_F(SqlConnectors, RefreshThatFailsSaysSo) {
     EXPECT_TRUE(
         world.logHas("Connector Refresh error during connection open (" + kOwnMasked + "): "));
     EXPECT_TRUE(world.logHas(" The server was not found."));
+    EXPECT_EQ(world.ui.boxes().back().icon, BoxIcon::Stop);
     EXPECT_EQ(world.ui.waitCursors(), 0);
 }
 
@@ -331,6 +333,40 @@ TEST_F(SqlConnectors, RefreshOfAClosedConnectionSaysSo) {
         world.logHas("Connector Refresh failed: unable to open connection(" + kIntegrated + ")"));
     world.ui.Expect(""); // "Failed to connect using ..."
     EXPECT_FALSE(form.Test(other));
+}
+
+TEST_F(SqlConnectors, ASilentDatabaseCanBeCancelledWhileTheWindowsLive) {
+    SilentDatabase silent(*world.events);
+    Platform platform{*world.store,   *world.registry, world.ui,    *world.events,
+                      world.services, world.directory, world.shell, silent,
+                      world.http,     world.secrets,   world.clock};
+    AgentSession other(platform, world.logPath());
+    int turns = 0;
+    int cursors = 0;
+    world.ui.onDoEvents = [&] {
+        ++turns;
+        cursors = world.ui.waitCursors();
+    };
+    BesSqlForm form;
+    enter(form);
+    form.changed = false;
+    world.ui.CancelProgressAfter(3);
+    EXPECT_FALSE(form.Test(other));
+    EXPECT_GE(turns, 3);
+    EXPECT_EQ(cursors, 1);
+    turns = 0;
+    form.Refresh(other);
+    EXPECT_GE(turns, 1);
+    EXPECT_FALSE(form.changed);
+    turns = 0;
+    BesServers servers;
+    EXPECT_FALSE(ReadBesDatabase(other, kIntegrated, servers));
+    EXPECT_GE(turns, 1);
+    turns = 0;
+    EXPECT_THAT(ReadMbxCxnString(other, kIntegrated, "bob"), IsEmpty());
+    EXPECT_GE(turns, 1);
+    EXPECT_EQ(world.ui.waitCursors(), 0);
+    EXPECT_THAT(world.ui.boxes(), IsEmpty()); // whoever cancelled knows
 }
 
 TEST_F(SqlConnectors, OpensThePushServerInTheBrowser) {

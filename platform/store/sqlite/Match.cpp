@@ -109,8 +109,10 @@ bool ContentTest::Matches(const TableCell& cell) const {
         return false;
     if (m_wanted.isText())
         return cell.isText() && matchesText(cell.bytes);
-    return SameType(cell.type, m_wanted.type) && cell.integer == m_wanted.integer &&
-           cell.real == m_wanted.real && cell.bytes == wantedBytes();
+    if (!SameType(cell.type, m_wanted.type) || cell.bytes != wantedBytes())
+        return false;
+    return SameType(cell.type, PropType::Double) ? cell.real == m_wanted.real
+                                                 : cell.integer == m_wanted.integer;
 }
 
 /// Only binaries and lists have bytes in their cell.

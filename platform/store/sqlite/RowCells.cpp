@@ -193,7 +193,7 @@ void RowCells::FillFromBlob(Statement& row, TableCell* cells, Arena& arena, bool
             TableCell& cell = cells[column->place];
             const PropType type = TypeOf(property.tag);
             if (type == PropType::String && !property.isLong) { // most are
-                cell = TableCell{type, 0, 0, property.payload};
+                cell = TableCell{type, {0}, property.payload};
                 continue;
             }
             cell = TableCell();
