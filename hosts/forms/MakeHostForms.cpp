@@ -1,5 +1,6 @@
 #include "hosts/forms/MakeHostForms.h"
 
+#include "hosts/forms/frmAgentProps.h"
 #include "hosts/forms/frmHost.h"
 #include "hosts/forms/frmServiceStatus.h"
 #include "hosts/forms/frmTasks.h"
@@ -22,6 +23,7 @@ HostForms MakeHostForms(AgentSession& session, std::function<QWidget*()> parent)
                                                 const std::string& caption) {
         frmServiceStatus(session, machine, target, caption, parent()).exec();
     };
+    forms.frmAgentProps = [&session, parent] { frmAgentProps(session, parent()).exec(); };
     return forms;
 }
 
