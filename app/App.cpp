@@ -33,6 +33,8 @@
 #include "platform/shell/xdg/XdgShell.h"
 #include "platform/store/sqlite/SqliteStore.h"
 #include "platform/ui/qt/QtUi.h"
+#include "push/MblKinds.h"
+#include "push/forms/MakePushForms.h"
 
 namespace kr {
 
@@ -93,6 +95,7 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
     const auto over = [this] { return m_ui->DialogParent(); };
     RegisterHostKinds(m_main->console(), MakeHostForms(*m_session, over));
     RegisterNetCommands(m_main->console());
+    RegisterMblKinds(m_main->console(), MakePushForms(*m_session, m_main->console().tree(), over));
     RegisterHandheldKinds(m_main->console(), MakeHandheldForms(*m_session, over));
     RegisterContactKinds(m_main->console(),
                          MakeContactForms(*m_session, m_main->console().tree(), over));

@@ -22,7 +22,15 @@ namespace {
 constexpr std::string_view kPngStart{"\x89PNG\r\n\x1A\n", 8};
 constexpr uintmax_t kLargestIcon = 1 << 20; // bytes
 constexpr int kOldMaxContent = 250;         // KB that a 0 means in records of older versions
-constexpr std::string_view kIconNames[] = {"Unread", "Read"};
+
+/// What is logged and told when an icon can't be saved.
+struct IconTexts {
+    std::string_view logged;
+    std::string_view told;
+};
+constexpr IconTexts kIconTexts[] = {
+    {"Error adding Unread icon ", "Failed to save Unread icon!\r\nPlease verify the path."},
+    {"Error adding Read icon ", "Failed to save Read icon!\r\nPlease verify the path."}};
 
 std::string channelId(AgentSession& session) {
     std::string id = GetGUID(session.log);
@@ -149,7 +157,8 @@ ChannelForm::Outcome ChannelForm::Save(AgentSession& session, Focus& focus) {
                    if (!list)
                        throw PlatformError(MAPI_E_NOT_FOUND, "The list can't be opened.");
                    write(session, *list);
-                   m_id = list->ID();
+                   if (m_id.empty())
+                       m_id = list->ID();
                    return true;
                },
                [&](const Trapped& error) {
@@ -204,11 +213,9 @@ void ChannelForm::saveIcon(AgentSession& session, RDOMessage& list, ChannelIcon 
             attachments->AddContent(kIconAttachments[index], png);
         },
         [&](const Trapped& error) {
-            const std::string kind(kIconNames[index]);
-            session.log("Error adding " + kind + " icon " + std::to_string(error.number) + ":" +
+            session.log(std::string(kIconTexts[index].logged) + std::to_string(error.number) + ":" +
                         error.description);
-            session.ui().MsgBox("Failed to save " + kind + " icon!\r\nPlease verify the path.",
-                                BoxIcon::Exclamation);
+            session.ui().MsgBox(kIconTexts[index].told, BoxIcon::Exclamation);
         });
 }
 

@@ -1,5 +1,7 @@
 #include "push/MblKinds.h"
 
+#include <algorithm>
+
 #include "console/Console.h"
 #include "console/ListCounts.h"
 #include "contacts/basActivation.h"

@@ -8,6 +8,8 @@ SUBSYSTEMS = {"core", "console", "contacts", "eps", "hosts", "handhelds", "push"
 # what seams share; everything else in core stands above them
 VOCABULARY = {"core/Value.h", "core/Text.h", "core/EntryID.h", "core/PlatformError.h",
               "core/Clock.h"}
+# whose recipient lists other dialogs show
+SHARED_FORMS = {"push": ("contacts",)}
 # the Qt-free parts of app/
 CTL = ("app/sample/", "app/ctl/", "app/kr-adminctl.cpp")
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)', re.M)
@@ -52,7 +54,7 @@ def refuse_project_include(path, header):
     if is_forms(header):
         if not is_forms(path):
             return "a subsystem knows no form"
-        if target not in (top, "console"):
+        if target not in (top, "console", *SHARED_FORMS.get(top, ())):
             return "forms of another subsystem"
         return None
     if top == "core" and target in SUBSYSTEMS - {"core"}:
