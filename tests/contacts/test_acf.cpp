@@ -1,3 +1,4 @@
+#include "console/FolderTree.h"
 #include "contacts/basMandatoryFolder.h"
 #include "tests/contacts/AcfTest.h"
 #include "tests/support/FailingWorld.h"
@@ -173,6 +174,24 @@ TEST_F(Acf, APathWithinAMailboxEndsAtItsRoot) {
     const RDOFolderPtr below = staff->Folders()->Add("Night", "IPF.Contact");
     EXPECT_EQ(PathInMailbox(*staff), "\\Staff");
     EXPECT_EQ(PathInMailbox(*below), "\\Staff\\Night");
+}
+
+TEST_F(Acf, ThePickerShowsSomebodysMailbox) {
+    const RDOFolderPtr night = bobs("Staff")->Folders()->Add("Night", "IPF.Contact");
+    FolderPickOptions options;
+    options.mailbox = "bob@example.test";
+    options.showPublicFolders = false;
+    options.allowContacts = true;
+    FolderTree folders(*session().rdo, session().log, options);
+    ASSERT_TRUE(folders.LoadRoots());
+    ASSERT_EQ(folders.Roots().size(), 1u);
+    EXPECT_EQ(folders.Roots()[0]->text, "Mailbox - Bob Baker");
+    FolderNode* found = folders.FindPath("\\\\Mailbox - Bob Baker\\Staff\\Night");
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->entryID, night->ID());
+    EXPECT_TRUE(folders.IsValid(*found));
+    options.mailbox = "gone@example.test";
+    EXPECT_FALSE(FolderTree(*session().rdo, session().log, options).LoadRoots());
 }
 
 TEST_F(Acf, WhatCannotBeToldCountsAsTaken) {
