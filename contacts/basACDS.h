@@ -39,9 +39,6 @@ struct QueryGrid {
 /// been told unless string or query is missing.
 std::optional<QueryGrid> RunQuery(AgentSession& session, const QueryToShow& query);
 
-/// A value of a database as lists show it; "" for null.
-std::string DbText(const Value& value);
-
 // The records view of one source
 
 std::vector<ListColumn> AcdsColumns();

@@ -5,6 +5,7 @@
 
 #include "core/CBase64.h"
 #include "core/DatabaseWait.h"
+#include "core/DbText.h"
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basCxnString.h"
@@ -43,16 +44,10 @@ constexpr PropTag kSrpId = 0x6003001E;
 constexpr PropTag kBesVersion = 0x6013001E;
 constexpr PropTag kCxnString = 0x6020001E;
 
-/// Names, ports and versions, also where a database gives them as numbers; "" for null.
-std::string textOf(const Value& value) {
-    const bool whole = value.is<int16_t>() || value.is<int32_t>();
-    return whole ? std::to_string(value.integerOr(0)) : value.text();
-}
-
 std::string joined(const std::vector<Value>& values) {
     std::string text;
     for (size_t i = 0; i < values.size(); ++i)
-        text += (i == 0 ? "" : ";") + textOf(values[i]);
+        text += (i == 0 ? "" : ";") + DbText(values[i]);
     return text;
 }
 
@@ -111,7 +106,7 @@ std::vector<std::string> GetPushServerList(AgentSession& session, Database* data
                         " records returned on query against " + shown);
             for (const std::vector<Value>& row : rows.rows)
                 if (row.size() >= 3)
-                    servers.push_back(textOf(row[1]) + ":" + textOf(row[2]));
+                    servers.push_back(DbText(row[1]) + ":" + DbText(row[2]));
         },
         [&](const Trapped& error) {
             session.log("GetPushServerList  unable to open recordset at " + shown + " " +
