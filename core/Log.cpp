@@ -3,34 +3,51 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <utility>
+
 #include "core/basDate.h"
 
 namespace kr {
 
-namespace {
-
-std::string lineOf(std::string_view text, bool noTimestamp, const Clock& clock) {
-    std::string line;
-    if (!noTimestamp)
-        line = FormatDate(UTCToLocal(clock.now(), clock)) + ':';
-    // A NUL would make the file look binary to the tools that people read it with.
-    for (const char c : text)
-        if (c != '\0')
-            line += c;
-    return line + '\n';
+const std::string& Log::stamp(Time now) const {
+    if (now != m_state->second) {
+        m_state->stamp = FormatDate(UTCToLocal(now, m_clock)) + ':';
+        m_state->second = now;
+    }
+    return m_state->stamp;
 }
 
-} // namespace
+int Log::open(Time now) const {
+    if (m_state->fd >= 0 && m_state->opened == now)
+        return m_state->fd;
+    close();
+    m_state->opened = now;
+    return m_state->fd = ::open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+}
+
+void Log::close() const {
+    if (m_state->fd >= 0)
+        ::close(std::exchange(m_state->fd, -1));
+}
 
 void Log::Write(std::string_view text, bool noTimestamp) const {
     try {
-        const std::string line = lineOf(text, noTimestamp, m_clock);
-        const int fd = open(m_path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+        const Time now = m_clock.now();
+        std::string line = noTimestamp ? std::string() : stamp(now);
+        line.reserve(line.size() + text.size() + 1);
+        // A NUL would make the file look binary to the tools that people read it with.
+        std::ranges::remove_copy(text, std::back_inserter(line), '\0');
+        line += '\n';
+        const int fd = open(now);
         if (fd < 0)
             return;
         // One write keeps the line whole when several copies append at a time.
         [[maybe_unused]] const ssize_t written = write(fd, line.data(), line.size());
-        close(fd);
+        if (m_state->bursts == 0)
+            close();
     } catch (const std::bad_alloc&) {
         // The log never gets in the way.
     }

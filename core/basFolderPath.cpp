@@ -30,7 +30,7 @@ std::string FolderPath(const RDOFolder& folder) {
     std::string name = folder.Name();
     RDOFolderPtr parent = folder.Parent();
     for (int depth = 0; parent && depth < kDeepest; ++depth) {
-        path = "\\" + name + path;
+        path.insert(0, "\\" + name);
         if (store->CompareEntryIDs(parent->ID(), root))
             break;
         name = parent->Name();

@@ -41,7 +41,8 @@ Answer<T> wait(AgentSession& session, Begin begin) {
     return *answer;
 }
 
-std::function<void(long, const std::string&)> into(std::shared_ptr<Answer<ServiceResult>> answer) {
+std::function<void(long, const std::string&)>
+into(const std::shared_ptr<Answer<ServiceResult>>& answer) {
     return [answer](long code, const std::string& error) {
         answer->value = {true, code, error};
         answer->given = true;

@@ -47,8 +47,7 @@ char32_t nextCharacter(std::string_view text, size_t& at) {
     return c;
 }
 
-void applyProxy(AgentSession& session, WebRequest& request) {
-    const ProxySettings proxy = GetProxySettings(session);
+void applyProxy(AgentSession& session, WebRequest& request, const ProxySettings& proxy) {
     const std::string number = std::to_string(proxy.setting);
     if (proxy.setting < 2) {
         session.log("CreateWebRequest:using proxy setting " + number);
@@ -86,11 +85,11 @@ ProxySettings GetProxySettings(AgentSession& session) {
 }
 
 std::unique_ptr<WebRequest> CreateWebRequest(AgentSession& session, std::string_view method,
-                                             std::string_view url) {
+                                             std::string_view url, const ProxySettings* proxy) {
     return Trap(
         [&] {
             auto request = session.platform.http.CreateRequest();
-            applyProxy(session, *request);
+            applyProxy(session, *request, proxy ? *proxy : GetProxySettings(session));
             request->SetTimeouts(kResolveLimit, kConnectLimit, kSendLimit, kReceiveLimit);
             request->Open(method, url, true);
             return request;

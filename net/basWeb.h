@@ -21,9 +21,10 @@ struct ProxySettings {
 ProxySettings GetProxySettings(AgentSession& session);
 
 /// An open, asynchronous request with the agent's proxy and time-outs; nullptr when none can be
-/// made, with the reason in the log.
+/// made, with the reason in the log. Long work reads the proxy settings once and hands them over.
 std::unique_ptr<WebRequest> CreateWebRequest(AgentSession& session, std::string_view method,
-                                             std::string_view url);
+                                             std::string_view url,
+                                             const ProxySettings* proxy = nullptr);
 /// Sends the body and waits, in slices of ten seconds, at most 120 seconds. False without a
 /// response: the request was aborted then, or had failed.
 bool WaitForWebResponse(AgentSession& session, WebRequest& request, std::string_view body = {});

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kr {
 
@@ -12,6 +14,9 @@ struct PingReport {
     PingOutcome outcome = PingOutcome::Answered;
     long status = 0; // errno, with Failed
 };
+
+/// How the host at that place of a list of hosts answered.
+using PingDone = std::function<void(size_t place, const PingReport& report)>;
 
 /// What the desktop does for the console.
 class Shell {
@@ -28,6 +33,22 @@ public:
     virtual bool Ping(std::string_view host) = 0;
     /// How the last Ping ended, for the log.
     virtual PingReport LastPing() const { return {}; }
+    /// Pings many hosts at once. `done` hears of each by its place, in any order, from the event
+    /// loop; who asks lives until then or guards the call. All have been told of after some 2000
+    /// ms, later only where there are more than a hundred silent ones. An implementation that knows
+    /// no better pings one after the other before it returns.
+    virtual void PingAll(const std::vector<std::string>& hosts, const PingDone& done) {
+        for (size_t i = 0; i < hosts.size(); ++i) {
+            if (Ping(hosts[i])) {
+                done(i, {});
+                continue;
+            }
+            PingReport report = LastPing();
+            if (report.outcome == PingOutcome::Answered) // no reason is known
+                report.outcome = PingOutcome::TimedOut;
+            done(i, report);
+        }
+    }
     virtual std::string ComputerName() = 0;
     virtual std::string UserName() = 0;
     /// Folder for temporary reports of this person, created with access for nobody else.

@@ -78,12 +78,13 @@ public:
                                                     std::string_view filter) = 0;
     virtual std::optional<std::string> SaveFileName(std::string_view title, std::string_view filter,
                                                     std::string_view initial = {}) = 0;
-    /// The address book with `chosen` preselected. Throws PlatformError whose text holds
-    /// "MAPI_E_USER_CANCEL" when the person cancels.
+    /// The address book with `chosen` preselected; `toLabel` stands on the button that adds names.
+    /// Throws PlatformError whose text holds "MAPI_E_USER_CANCEL" when the person cancels.
     virtual std::vector<PickedRecipient> ShowAddressBook(RDOSession& session,
                                                          const std::vector<PickedRecipient>& chosen,
                                                          std::string_view title, bool oneAddress,
-                                                         bool forceResolution) = 0;
+                                                         bool forceResolution,
+                                                         std::string_view toLabel = {}) = 0;
     /// Nothing when cancelled. Throws PlatformError when no folder can be read at all.
     virtual std::vector<FolderPick> PickFolders(RDOSession& session,
                                                 const FolderPickOptions& options) = 0;

@@ -1,11 +1,13 @@
 #include "platform/xml/Xml.h"
 
 #include <libxml/parser.h>
+#include <libxml/parserInternals.h>
 #include <libxml/tree.h>
 #include <libxml/xmlIO.h>
 #include <libxml/xmlsave.h>
 #include <libxml/xmlschemas.h>
 
+#include <algorithm>
 #include <functional>
 #include <mutex>
 #include <utility>
@@ -30,14 +32,29 @@ bool named(const xmlNode* node, std::string_view name) {
     return node->type == XML_ELEMENT_NODE && reinterpret_cast<const char*>(node->name) == name;
 }
 
-/// What XML 1.0 can't hold at all: controls but tab and line breaks. Broken UTF-8 goes as well.
+/// Bytes of the character that begins there; 0 for what XML 1.0 can't hold: controls but tab and
+/// line breaks, halves of pairs, the two code points that are no characters, and broken UTF-8.
+size_t characterAt(const std::string& text, size_t at) {
+    if ((static_cast<unsigned char>(text[at]) & 0xC0U) == 0x80U)
+        return 0; // the middle of one, which the library would read as a beginning
+    int length = static_cast<int>(std::min<size_t>(text.size() - at, 4));
+    const int c = xmlGetUTF8Char(chars(text) + at, &length);
+    const int shortest = c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+    return c > 0 && length == shortest && IS_CHAR(static_cast<unsigned>(c))
+               ? static_cast<size_t>(length)
+               : 0;
+}
+
+/// The text without what XML can't hold.
 std::string allowed(std::string_view text) {
+    const std::string all(text);
     std::string result;
-    for (const char c : text)
-        if (static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r')
-            result += c;
-    if (!xmlCheckUTF8(chars(result)))
-        std::erase_if(result, [](char c) { return static_cast<unsigned char>(c) >= 0x80; });
+    result.reserve(all.size());
+    for (size_t at = 0; at < all.size();) {
+        const size_t length = characterAt(all, at);
+        result.append(all, at, length);
+        at += std::max<size_t>(length, 1);
+    }
     return result;
 }
 
@@ -72,6 +89,11 @@ xmlNode* following(xmlNode* node, const xmlNode* root) {
 }
 
 } // namespace
+
+bool IsXmlName(std::string_view text) {
+    const std::string name(text);
+    return name.find('\0') == std::string::npos && xmlValidateNCName(chars(name), 0) == 0;
+}
 
 // --- Nodes
 

@@ -13,6 +13,9 @@ struct _xmlNode;
 /// no external entity, no network; depth and size have limits.
 namespace kr {
 
+/// The text can be an element's name, without a prefix: AddChild doesn't look.
+bool IsXmlName(std::string_view text);
+
 /// A node of a document; it stays valid while its document lives and the node isn't removed.
 class XmlNode {
 public:

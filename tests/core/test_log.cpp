@@ -75,6 +75,27 @@ TEST_F(LogTest, ErrorsAreSwallowed) {
     EXPECT_TRUE(fs::is_empty(m_folder));
 }
 
+TEST_F(LogTest, ABurstWritesEachLineAtOnceAndOpensAnewEachSecond) {
+    const Log log(path(), clock);
+    {
+        const Log::Burst burst(log);
+        log.Write("a", true);
+        EXPECT_EQ(content(), "a\n");
+        const Log other(path(), clock);
+        other.Write("b", true);
+        const Log::Burst inner(log);
+        log.Write("c", true);
+        EXPECT_EQ(content(), "a\nb\nc\n");
+        fs::remove(path());
+        clock.at += std::chrono::seconds(1);
+        log("d");
+        EXPECT_EQ(content(), "3/10/2026 10:30:01 AM:d\n");
+    }
+    fs::remove(path());
+    log.Write("e", true);
+    EXPECT_EQ(content(), "e\n");
+}
+
 TEST_F(LogTest, LinesOfSeveralCopiesStayWhole) {
     constexpr int kCopies = 4;
     constexpr int kLines = 300;

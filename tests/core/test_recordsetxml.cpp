@@ -11,6 +11,7 @@
 namespace {
 
 using namespace kr;
+using namespace std::string_literals;
 namespace fs = std::filesystem;
 
 const Time kWhen = Time(std::chrono::sys_days(std::chrono::year(2009) / 3 / 7)) +
@@ -110,8 +111,8 @@ TEST_F(RecordsetXmlTest, WritesTheFormThatAdoReads) {
     for (const char* part : {
              "<xml xmlns:s='uuid:BDC6E3F0-6DA3-11d1-A2A3-00AA00C14882' ",
              "<s:ElementType name='row' content='eltOnly' rs:updatable='true'>\r\n",
-             "<s:AttributeType name='c1' rs:name='Display Name' rs:number='1' rs:nullable='true' "
-             "rs:write='true'>",
+             ("<s:AttributeType name='c1' rs:name='Display Name' rs:number='1' "
+              "rs:nullable='true' rs:write='true'>"),
              "<s:datatype dt:type='string' dt:maxLength='255'/>",
              "<s:datatype dt:type='string' dt:maxLength='4294967295' rs:long='true'/>",
              "<s:datatype dt:type='int' dt:maxLength='4' rs:fixedlength='true'/>",
@@ -183,9 +184,7 @@ TEST(RecordsetXmlReadTest, BareLineEndsInValuesAreKept) {
 }
 
 TEST(RecordsetXmlReadTest, ControlCharactersAreDropped) {
-    EXPECT_EQ(
-        rowsOf(*ReadRecordsetXml(file(texts({"A"}), std::string("<z:row A='a\x02\0b'/>", 18)))),
-        "'ab'|");
+    EXPECT_EQ(rowsOf(*ReadRecordsetXml(file(texts({"A"}), "<z:row A='a\x02\0b'/>"s))), "'ab'|");
 }
 
 TEST(RecordsetXmlReadTest, NamesThatAreNoNamesOfXml) {

@@ -5,6 +5,8 @@ namespace kr {
 
 namespace {
 
+constexpr size_t kLongestHead = 256 << 10;
+
 size_t onBody(char* data, size_t, size_t size, void* user) {
     auto& exchange = *static_cast<CurlExchange*>(user);
     if (exchange.responseBody.size() + size > static_cast<size_t>(exchange.longestBody)) {
@@ -19,6 +21,11 @@ size_t onBody(char* data, size_t, size_t size, void* user) {
 size_t onHeader(char* data, size_t, size_t size, void* user) {
     auto& exchange = *static_cast<CurlExchange*>(user);
     exchange.received += size;
+    exchange.headSize += size;
+    if (exchange.headSize > kLongestHead) {
+        exchange.headTooLong = true;
+        return 0;
+    }
     std::string_view line(data, size);
     while (!line.empty() && (line.back() == '\r' || line.back() == '\n'))
         line.remove_suffix(1);
@@ -38,12 +45,14 @@ int onProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
 
 } // namespace
 
-CurlExchange::CurlExchange() : easy(curl_easy_init()) {
-    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, ""); // cookies are kept within one request object
+CurlExchange::CurlExchange() : easy(curl_easy_init()), m_cookies(curl_share_init()) {
+    curl_share_setopt(m_cookies, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
+    prepare();
 }
 
 CurlExchange::~CurlExchange() {
     curl_easy_cleanup(easy);
+    curl_share_cleanup(m_cookies);
     curl_slist_free_all(headers);
 }
 
@@ -51,10 +60,24 @@ void CurlExchange::ClearResponse() {
     statusLine.clear();
     responseHeaders.clear();
     responseBody.clear();
-    received = 0;
-    tooLong = false;
-    curl_easy_reset(easy); // cookies, connections and the like survive it
-    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, "");
+    received = headSize = 0;
+    tooLong = headTooLong = false;
+    reason[0] = '\0';
+}
+
+void CurlExchange::Begin() {
+    ClearResponse();
+    if (!std::exchange(m_begun, true))
+        return;
+    curl_easy_cleanup(easy);
+    easy = curl_easy_init();
+    prepare();
+}
+
+void CurlExchange::prepare() {
+    curl_easy_setopt(easy, CURLOPT_SHARE, m_cookies);
+    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, ""); // no file, but cookies are sent
+    curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, reason.data());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, onHeader);

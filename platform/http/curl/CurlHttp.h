@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -15,6 +16,8 @@ struct HttpOptions {
     int64_t longestBody = 64 << 20;
     /// Certificates to trust instead of the system's; a file in PEM form.
     std::string caFile;
+    /// A synchronous request that drips ends then: nobody counts outside.
+    std::chrono::seconds longestWait{120};
 };
 
 /// Web requests by libcurl on the program's own loop. All requests share their connections.

@@ -27,7 +27,10 @@ CurlMulti::~CurlMulti() {
 
 void CurlMulti::Start(CURL* easy, Done done) {
     m_running[easy] = std::move(done);
+    m_starting = true;
     curl_multi_add_handle(m_multi, easy);
+    m_starting = false;
+    act(CURL_SOCKET_TIMEOUT, 0);
 }
 
 void CurlMulti::Remove(CURL* easy) {
@@ -73,7 +76,7 @@ void CurlMulti::setTimer(long milliseconds) {
     if (milliseconds < 0)
         return;
     if (milliseconds == 0) {
-        if (std::exchange(m_posted, true))
+        if (m_starting || std::exchange(m_posted, true))
             return;
         m_events.Post([self = m_self] {
             if (CurlMulti* multi = *self) {

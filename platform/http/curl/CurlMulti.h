@@ -21,7 +21,7 @@ public:
     CurlMulti(const CurlMulti&) = delete;
     CurlMulti& operator=(const CurlMulti&) = delete;
 
-    /// Begins a transfer; `done` comes from the loop, never from within.
+    /// Begins a transfer, and goes as far as it can without waiting: `done` may come from within.
     void Start(CURL* easy, Done done);
     /// Ends a transfer without a word; its connection is closed.
     void Remove(CURL* easy);
@@ -44,6 +44,7 @@ private:
     // shared with calls that were posted and may come when this has gone
     std::shared_ptr<CurlMulti*> m_self;
     bool m_posted = false;
+    bool m_starting = false; // what is asked for at once is done anyway
 };
 
 } // namespace kr

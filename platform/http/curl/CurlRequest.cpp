@@ -53,20 +53,21 @@ void CurlRequest::SetTimeouts(int resolve, int connect, int send, int receive) {
 }
 
 void CurlRequest::Open(std::string_view method, std::string_view url, bool async) {
-    if (!isHttp(PartsOf(url)) || url.find('\0') != std::string_view::npos)
-        throw PlatformError(kUnrecognizedScheme,
-                            "The URL does not use a recognized protocol (http or https): " +
-                                std::string(url),
-                            "WebRequest");
     stop();
-    m_method = ToUpper(method);
-    m_url = url;
-    m_async = async;
+    m_url.clear(); // also a refused URL ends what was before
     m_headers.clear();
     m_status = 0;
     m_done = false;
     m_failure.reset();
     m_exchange->ClearResponse();
+    if (!isHttp(PartsOf(url)) || url.find('\0') != std::string_view::npos)
+        throw PlatformError(kUnrecognizedScheme,
+                            "The URL does not use a recognized protocol (http or https): " +
+                                std::string(url),
+                            "WebRequest");
+    m_method = ToUpper(method);
+    m_url = url;
+    m_async = async;
 }
 
 void CurlRequest::SetRequestHeader(std::string_view name, std::string_view value) {
@@ -93,23 +94,33 @@ void CurlRequest::Send(std::string_view body) {
         std::chrono::duration_cast<std::chrono::milliseconds>(kWatchInterval),
         [this] { watchdog(); });
     exchange();
-    if (!m_async) // the receive limit counts from here: nobody else ends a silent request
-        for (const auto start = Clock::now(); !m_done;) {
-            WaitForResponse(1);
-            if (!m_done && m_exchange->statusLine.empty() &&
-                Clock::now() - start > m_connectLimit + m_receiveLimit)
-                fail("The server did not answer in time.");
-        }
+    if (!m_async)
+        waitForItself();
+}
+
+/// The receive limit counts from here: nobody else ends a silent request, or one that drips.
+void CurlRequest::waitForItself() {
+    const auto self = m_self;
+    for (const auto start = Clock::now(); *self && !m_done;) {
+        WaitForResponse(1);
+        if (!*self || m_done)
+            return;
+        const auto waited = Clock::now() - start;
+        if (waited > m_options.longestWait || (!m_onWorker && m_exchange->statusLine.empty() &&
+                                               waited > m_connectLimit + m_receiveLimit))
+            fail("The server did not answer in time.");
+    }
 }
 
 bool CurlRequest::WaitForResponse(int seconds) {
     const auto self = m_self;
+    const auto idle = m_idle; // what runs in here may let the request go
     const auto end = Clock::now() + std::chrono::seconds(seconds);
     while (m_running && Clock::now() < end) {
         m_multi->events().Run(kSlice);
-        if (m_idle && *self)
-            m_idle();
-        if (!*self) // what ran meanwhile has let the request go
+        if (idle && *self)
+            idle();
+        if (!*self)
             return false;
     }
     return m_done && !m_failure;
@@ -150,7 +161,7 @@ void CurlRequest::succeed() {
 // --- One exchange with one server
 
 void CurlRequest::exchange() {
-    m_exchange->ClearResponse();
+    m_exchange->Begin();
     m_exchange->longestBody = m_options.longestBody;
     m_moved = 0;
     m_movedAt = Clock::now();
@@ -190,10 +201,10 @@ void CurlRequest::applyProxy() {
     CURL* easy = m_exchange->easy;
     if (m_proxy == ProxySetting::Preconfigured)
         return; // the environment says
-    const UrlParts url = PartsOf(m_url);
-    const std::string proxy = m_proxy == ProxySetting::Named && !Bypasses(url, m_bypass)
-                                  ? ProxyFor(url, m_proxyServer)
-                                  : std::string();
+    std::string proxy;
+    if (m_proxy == ProxySetting::Named)
+        if (const UrlParts url = PartsOf(m_url); !Bypasses(url, m_bypass))
+            proxy = ProxyFor(url, m_proxyServer);
     curl_easy_setopt(easy, CURLOPT_PROXY, proxy.c_str());
     curl_easy_setopt(easy, CURLOPT_NOPROXY, "");
     if (proxy.empty() || m_proxyUser.user.empty())
@@ -231,7 +242,9 @@ void CurlRequest::applyHeaders() {
         if (m_identity && EqualNoCase(name, "Authorization"))
             continue; // else two would go out
         typed = typed || EqualNoCase(name, "Content-Type");
-        const std::string line = value.empty() ? name + ";" : name + ": " + value;
+        std::string line = name;
+        line += value.empty() ? ";" : ": ";
+        line += value;
         exchange.headers = curl_slist_append(exchange.headers, line.c_str());
     }
     // what the library would add by itself
@@ -271,12 +284,17 @@ void CurlRequest::runOnWorker() {
 }
 
 void CurlRequest::finished(CURLcode result) {
+    if (m_exchange->headTooLong) {
+        fail("The head of the response is too long.");
+        return;
+    }
     if (m_exchange->tooLong || result == CURLE_FILESIZE_EXCEEDED) {
         fail("The response is longer than " + std::to_string(m_options.longestBody >> 20) + " MB.");
         return;
     }
     if (result != CURLE_OK) {
-        fail(curl_easy_strerror(result));
+        const std::string more = m_exchange->reason.data();
+        fail(curl_easy_strerror(result) + (more.empty() ? more : ": " + more));
         return;
     }
     long status = 0;

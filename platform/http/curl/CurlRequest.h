@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <string>
@@ -21,6 +22,10 @@ struct CurlExchange {
     CurlExchange& operator=(const CurlExchange&) = delete;
 
     void ClearResponse();
+    /// Before each transfer: a handle without a past. The library (7.88) keeps a pointer to the
+    /// last header line of the answer before, which it has freed, and writes there when the next
+    /// answer begins with a folded line.
+    void Begin();
     /// The value of the first header of that name.
     std::optional<std::string> Header(std::string_view name) const;
 
@@ -32,8 +37,15 @@ struct CurlExchange {
     std::vector<std::string> responseHeaders;
     std::string responseBody;
     size_t received = 0; // bytes of all answers so far, with their heads
-    bool tooLong = false;
+    size_t headSize = 0; // bytes of heads and trailers, also of interim answers
+    std::array<char, CURL_ERROR_SIZE> reason{}; // more words about a failure, or none
+    bool tooLong = false, headTooLong = false;
     std::atomic<bool> abandoned = false; // nobody waits anymore
+
+private:
+    void prepare();
+    bool m_begun = false;
+    CURLSH* m_cookies; // are kept within one request object
 };
 
 class CurlRequest : public WebRequest {
@@ -65,6 +77,7 @@ private:
         std::string user, password;
     };
 
+    void waitForItself();
     void exchange();
     void applyUrl();
     void applyProxy();

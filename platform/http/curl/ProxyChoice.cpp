@@ -1,5 +1,8 @@
 #include "platform/http/curl/ProxyChoice.h"
 
+#include <curl/curl.h>
+
+#include <memory>
 #include <vector>
 
 #include "core/Text.h"
@@ -57,27 +60,24 @@ std::string withPort(std::string proxy) {
 
 } // namespace
 
+/// By the reader that the exchange itself uses: a second one might see another host in
+/// "http://one\\@other/" than the one that is talked to, and send it what was meant for the first.
 UrlParts PartsOf(std::string_view url) {
-    UrlParts parts;
-    const size_t colon = url.find("://");
-    if (colon == std::string_view::npos)
-        return parts;
-    parts.scheme = ToLower(url.substr(0, colon));
-    std::string_view rest = url.substr(colon + 3);
-    rest = rest.substr(0, rest.find_first_of("/?#\\"));
-    if (const size_t at = rest.rfind('@'); at != std::string_view::npos)
-        rest = rest.substr(at + 1);
-    if (rest.starts_with('[')) {
-        const size_t end = rest.find(']');
-        parts.host = ToLower(rest.substr(1, end == std::string_view::npos ? end : end - 1));
-        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
-    } else {
-        parts.host = ToLower(rest.substr(0, rest.find(':')));
-        rest = rest.substr(parts.host.size());
-    }
-    parts.port = rest.size() > 1 && rest[0] == ':' ? std::string(rest.substr(1))
-                 : parts.scheme == "https"         ? "443"
-                                                   : "80";
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> reader(curl_url(), curl_url_cleanup);
+    if (url.find("://") == std::string_view::npos ||
+        curl_url_set(reader.get(), CURLUPART_URL, EncodeUrl(url).c_str(), CURLU_PATH_AS_IS) !=
+            CURLUE_OK)
+        return {};
+    const auto part = [&](CURLUPart which) {
+        char* text = nullptr;
+        curl_url_get(reader.get(), which, &text, CURLU_DEFAULT_PORT);
+        std::string result = text ? ToLower(text) : std::string();
+        curl_free(text);
+        return result;
+    };
+    UrlParts parts{part(CURLUPART_SCHEME), part(CURLUPART_HOST), part(CURLUPART_PORT)};
+    if (parts.host.starts_with('['))
+        parts.host = parts.host.substr(1, parts.host.size() - 2);
     return parts;
 }
 

@@ -12,7 +12,7 @@ struct UrlParts {
     std::string port;   // as given, else the scheme's own
     bool operator==(const UrlParts&) const = default;
 };
-/// Scheme "" for what is no absolute URL.
+/// Scheme "" for what is no absolute URL, or one that can't be asked for.
 UrlParts PartsOf(std::string_view url);
 
 /// The proxy for a URL out of a list of "[scheme=][scheme://]host[:port]" separated by ";" and

@@ -137,8 +137,8 @@ std::string homeFolder() {
 
 std::unique_ptr<Registry> MakeRegFileRegistry(const std::string& userFolder,
                                               const std::string& machineFolder,
-                                              std::function<void(std::string_view)> report) {
-    return std::make_unique<RegFileRegistry>(userFolder, machineFolder, std::move(report));
+                                              const std::function<void(std::string_view)>& report) {
+    return std::make_unique<RegFileRegistry>(userFolder, machineFolder, report);
 }
 
 std::string UserRegistryFolder() {

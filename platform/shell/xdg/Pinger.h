@@ -1,16 +1,19 @@
 #pragma once
 
-#include <netinet/in.h>
-
 #include <chrono>
+#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/events/Events.h"
 #include "platform/shell/Shell.h"
+#include "platform/shell/xdg/Lookups.h"
+#include "platform/shell/xdg/Probes.h"
 
 namespace kr {
 
@@ -22,9 +25,15 @@ public:
     enum class Rung { Datagram, Raw, Program, Tcp };
 
     Pinger(Events& events, std::function<void()> idle);
+    ~Pinger();
+    Pinger(const Pinger&) = delete;
+    Pinger& operator=(const Pinger&) = delete;
 
     /// Ends within 2000 ms, the name look-up included; events run meanwhile.
     PingReport Ping(std::string_view host);
+    /// As Shell has it. A few are begun and ended in each turn of the event loop, so that none of
+    /// its turns is long.
+    void PingAll(const std::vector<std::string>& hosts, const PingDone& done);
 
     Rung rung() const { return m_rung; }
     /// For tests.
@@ -33,21 +42,34 @@ public:
 
 private:
     using Clock = std::chrono::steady_clock;
-    struct Lookups;
+    struct Request {
+        std::string host;
+        size_t place = 0;
+        std::shared_ptr<PingDone> done;
+    };
+    /// A host that is being asked.
+    struct Asked {
+        Request request;
+        Clock::time_point deadline;
+        std::shared_ptr<Lookups::Answer> lookup;
+        std::unique_ptr<Probe> probe; // once the address is known
+    };
 
-    std::optional<in_addr> resolve(const std::string& host, Clock::time_point deadline);
-    PingReport echo(in_addr address, bool raw, Clock::time_point deadline);
-    PingReport runProgram(in_addr address, Clock::time_point deadline);
-    PingReport probePorts(in_addr address, Clock::time_point deadline);
-    /// Runs events until `done` or the deadline; gives done.
-    bool wait(const bool& done, Clock::time_point deadline);
+    void begin(Request request);
+    void tick();
+    std::optional<PingReport> progress(Asked& asked);
+    std::unique_ptr<Probe> probe(in_addr address);
+    void watch();
 
     Events& m_events;
     std::function<void()> m_idle;
     Rung m_rung;
     std::string m_program = "ping";
     uint16_t m_sequence = 0;
-    std::shared_ptr<Lookups> m_lookups; // outlives this object while a look-up hangs
+    Lookups m_lookups;
+    std::deque<Request> m_waiting;
+    std::list<Asked> m_asked;
+    Events::Id m_timer = 0;
 };
 
 } // namespace kr

@@ -83,6 +83,9 @@ public:
         return m_lastPing.outcome == PingOutcome::Answered;
     }
     PingReport LastPing() const override { return m_lastPing; }
+    void PingAll(const std::vector<std::string>& hosts, const PingDone& done) override {
+        m_pinger.PingAll(hosts, done);
+    }
 
     std::string ComputerName() override {
         std::array<char, 256> name{};

@@ -32,12 +32,12 @@ bool asksForClass(const ContentTest& test) {
 /// Tells which rows a restriction lets through, from the row as SQLite shows it.
 class RowFilter {
 public:
-    RowFilter(SessionPtr session, StoreRef store, int64_t folder, std::vector<ContentTest> tests)
+    RowFilter(const SessionPtr& session, const StoreRef& store, int64_t folder,
+              std::vector<ContentTest> tests)
         : m_session(session), m_tests(std::move(tests)),
           m_classTests(std::stable_partition(m_tests.begin(), m_tests.end(),
                                              [](const auto& test) { return !asksForClass(test); })),
-          m_cells(std::move(session), std::move(store), folder,
-                  tagsOf({m_tests.begin(), m_classTests})),
+          m_cells(session, store, folder, tagsOf({m_tests.begin(), m_classTests})),
           m_row(m_cells.Count()) {}
     RowFilter(const RowFilter&) = delete;
     RowFilter& operator=(const RowFilter&) = delete;

@@ -157,11 +157,11 @@ std::optional<std::string> QtUi::SaveFileName(std::string_view title, std::strin
 std::vector<PickedRecipient> QtUi::ShowAddressBook(RDOSession& session,
                                                    const std::vector<PickedRecipient>& chosen,
                                                    std::string_view title, bool oneAddress,
-                                                   bool forceResolution) {
+                                                   bool forceResolution, std::string_view toLabel) {
     if (!m_dialogs.addressBook)
         return chosen;
     const PlainCursor cursor;
-    return m_dialogs.addressBook(session, chosen, title, oneAddress, forceResolution);
+    return m_dialogs.addressBook(session, chosen, title, oneAddress, forceResolution, toLabel);
 }
 
 std::vector<FolderPick> QtUi::PickFolders(RDOSession& session, const FolderPickOptions& options) {

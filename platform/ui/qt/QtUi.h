@@ -19,7 +19,7 @@ struct QtDialogs {
     std::function<bool(std::string_view text, bool& doNotWarnAgain)> warn;
     std::function<std::vector<PickedRecipient>(RDOSession&, const std::vector<PickedRecipient>&,
                                                std::string_view title, bool oneAddress,
-                                               bool forceResolution)>
+                                               bool forceResolution, std::string_view toLabel)>
         addressBook;
     std::function<std::vector<FolderPick>(RDOSession&, const FolderPickOptions&)> folders;
     std::function<std::unique_ptr<Progress>(std::string_view caption, ProgressKind)> progress;
@@ -58,7 +58,8 @@ public:
     std::vector<PickedRecipient> ShowAddressBook(RDOSession& session,
                                                  const std::vector<PickedRecipient>& chosen,
                                                  std::string_view title, bool oneAddress,
-                                                 bool forceResolution) override;
+                                                 bool forceResolution,
+                                                 std::string_view toLabel = {}) override;
     std::vector<FolderPick> PickFolders(RDOSession& session,
                                         const FolderPickOptions& options) override;
     std::unique_ptr<Progress> StartProgress(std::string_view caption, ProgressKind kind) override;

@@ -1,17 +1,13 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
 #include "platform/database/Provider.h"
 #include "platform/events/epoll/EpollEvents.h"
 #include "tests/support/Loopback.h"
+#include "tests/support/Postgres.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using kr::Value;
 
 /// A listening socket of loopback that never answers; its port is free again afterwards.
@@ -31,40 +27,17 @@ private:
     int m_fd = -1;
 };
 
-/// A PostgreSQL of one test program, run by a user who isn't root.
+/// With a PostgreSQL of its own.
 class OdbcTest : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        char pattern[] = "/tmp/kr-pg-XXXXXX";
-        s_folder = mkdtemp(pattern);
-        s_port = kr::FreePort();
-        for (const auto& entry : fs::directory_iterator("/usr/lib/postgresql"))
-            s_programs = (entry.path() / "bin").string();
-        std::ofstream(s_folder + "/password") << "se;cret=1\n";
-        if (geteuid() == 0)
-            ASSERT_EQ(std::system(("chown -R nobody " + s_folder).c_str()), 0);
-        ASSERT_EQ(run("initdb -D " + s_folder +
-                      "/db -A scram-sha-256 -U postgres -E UTF8 "
-                      "--locale=C.UTF-8 --no-sync --pwfile=" +
-                      s_folder + "/password"),
-                  0);
-        ASSERT_EQ(run("pg_ctl -D " + s_folder + "/db -l " + s_folder + "/log -w -o '-p " +
-                      std::to_string(s_port) + " -k " + s_folder +
-                      " -c listen_addresses=127.0.0.1 -c fsync=off' start"),
-                  0);
+        s_server = std::make_unique<kr::Postgres>("se;cret=1");
+        ASSERT_TRUE(s_server->running());
+        s_port = s_server->port();
     }
-    static void TearDownTestSuite() {
-        run("pg_ctl -D " + s_folder + "/db -m immediate stop");
-        fs::remove_all(s_folder);
-    }
-    static int run(const std::string& command) {
-        const std::string user = geteuid() == 0 ? "setpriv --reuid=nobody --clear-groups " : "";
-        return std::system(
-            ("cd /tmp && " + user + s_programs + "/" + command + " >/dev/null 2>&1").c_str());
-    }
+    static void TearDownTestSuite() { s_server.reset(); }
     static std::string text(int port, const std::string& password = "'se;cret=1'") {
-        return "Provider=MSDASQL;Driver={PostgreSQL Unicode};Server=127.0.0.1;Port=" +
-               std::to_string(port) + ";Database=postgres;UID=postgres;PWD=" + password;
+        return kr::Postgres::ConnectionString(port, password);
     }
     static long numberOf(const std::function<void()>& call, std::string* reason = nullptr) {
         try {
@@ -79,7 +52,7 @@ protected:
 
     std::unique_ptr<kr::Events> events = std::make_unique<kr::EpollEvents>();
     std::unique_ptr<kr::DatabaseProvider> provider = kr::MakeDatabaseProvider(*events);
-    static inline std::string s_folder, s_programs;
+    static inline std::unique_ptr<kr::Postgres> s_server;
     static inline int s_port = 0;
 };
 

@@ -104,17 +104,28 @@ bool ScriptedServer::send(int fd, const Answer& answer) {
             poll(nullptr, 0, kTurn);
         return false;
     }
-    const size_t step = answer.dripMilliseconds > 0 ? 1 : answer.bytes.size();
-    for (size_t at = 0; at < answer.bytes.size() && !m_stop;) {
-        const ssize_t put = ::send(fd, answer.bytes.data() + at,
-                                   std::min(step, answer.bytes.size() - at), MSG_NOSIGNAL);
+    bool going = put(fd, answer.bytes, answer.dripMilliseconds);
+    while (going && !answer.endless.empty() && !m_stop)
+        going = put(fd, answer.endless, answer.dripMilliseconds);
+    return going && !answer.close;
+}
+
+/// False when the peer has gone.
+bool ScriptedServer::put(int fd, const std::string& bytes, int dripMilliseconds) const {
+    const size_t step = dripMilliseconds > 0 ? 1 : bytes.size();
+    for (size_t at = 0; at < bytes.size() && !m_stop;) {
+        pollfd poller{fd, POLLOUT, 0}; // a peer that no longer reads must not hold the test
+        if (poll(&poller, 1, kTurn) == 0)
+            continue;
+        const ssize_t put = ::send(fd, bytes.data() + at, std::min(step, bytes.size() - at),
+                                   MSG_NOSIGNAL | MSG_DONTWAIT);
         if (put <= 0)
             return false;
         at += static_cast<size_t>(put);
-        if (answer.dripMilliseconds > 0)
-            poll(nullptr, 0, answer.dripMilliseconds);
+        if (dripMilliseconds > 0)
+            poll(nullptr, 0, dripMilliseconds);
     }
-    return !answer.close;
+    return true;
 }
 
 std::string Ok(const std::string& body, const std::string& type, const std::string& more) {

@@ -19,6 +19,7 @@ public:
         int pauseMilliseconds = 0; // before it
         int dripMilliseconds = 0;  // between its bytes
         bool never = false;        // no answer; the connection stays open
+        std::string endless;       // again and again behind the bytes, until the peer goes
     };
     using Script = std::function<Answer(const std::string& request)>;
 
@@ -37,6 +38,7 @@ private:
     void serve();
     void talk(int fd);
     bool send(int fd, const Answer& answer);
+    bool put(int fd, const std::string& bytes, int dripMilliseconds) const;
     bool waitFor(int fd, int milliseconds) const;
 
     Script m_script;

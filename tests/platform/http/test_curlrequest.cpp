@@ -1,14 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <chrono>
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <thread>
 
 #include "platform/events/epoll/EpollEvents.h"
 #include "platform/http/curl/CurlHttp.h"
@@ -359,65 +352,6 @@ TEST_F(CurlRequestTest, TheProxyHearsItsCredentialsWhenItAsks) {
     request->Send();
     ASSERT_TRUE(request->WaitForResponse(10));
     EXPECT_EQ(request->ResponseText(), "in");
-}
-
-/// A TLS server of the system's own tool, with a certificate for 127.0.0.1 that nobody signed.
-class TlsServer {
-public:
-    TlsServer() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "kr-tls-XXXXXX").string();
-        folder = mkdtemp(pattern.data());
-        const std::string make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=test "
-                                 "-addext subjectAltName=IP:127.0.0.1 -keyout " +
-                                 folder + "/key -out " + certificate() + " 2>/dev/null";
-        ready = std::system(make.c_str()) == 0;
-        port = FreePort();
-        const std::string accept = std::to_string(port), key = folder + "/key", own = certificate();
-        const char* const argv[] = {"openssl", "s_server",  "-accept", accept.c_str(),
-                                    "-cert",   own.c_str(), "-key",    key.c_str(),
-                                    "-www",    "-quiet",    nullptr};
-        ready = ready && posix_spawnp(&m_pid, "openssl", nullptr, nullptr,
-                                      const_cast<char* const*>(argv), environ) == 0;
-        for (int i = 0; ready && i < 200 && !listens(); ++i)
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ~TlsServer() {
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-        std::filesystem::remove_all(folder);
-    }
-    TlsServer(const TlsServer&) = delete;
-    TlsServer& operator=(const TlsServer&) = delete;
-    std::string certificate() const { return folder + "/certificate"; }
-    std::string url(const std::string& host = "127.0.0.1") const {
-        return "https://" + host + ":" + std::to_string(port) + "/";
-    }
-
-    std::string folder;
-    bool ready = false;
-    int port = 0;
-
-private:
-    bool listens() const {
-        const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        const bool there = connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        close(fd);
-        return there;
-    }
-    pid_t m_pid = 0;
-};
-
-TEST_F(CurlRequestTest, CertificatesAreVerified) {
-    TlsServer tls;
-    ASSERT_TRUE(tls.ready);
-    EXPECT_THAT(get(tls.url())->Failure().value_or(""), HasSubstr("certificate"));
-    http = MakeCurlHttp(*events, {}, {1 << 20, tls.certificate()});
-    EXPECT_EQ(get(tls.url())->Status(), 200);
-    EXPECT_TRUE(get(tls.url("localhost"))->Failure()) << "the certificate names another host";
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -249,6 +250,142 @@ TEST_F(PingerTest, AnAddressWithoutARouteOrAnswerIsDeadWithinTheDeadline) {
         EXPECT_NE(m_pinger.Ping("192.0.2.77").outcome, kr::PingOutcome::Answered);
         EXPECT_LT(Clock::now() - start, 2600ms);
     }
+}
+
+// --- many at once
+
+class ManyPings : public PingerTest {
+protected:
+    /// By turns addresses of this computer and addresses for documentation, which no host has.
+    static std::vector<std::string> addresses(int count) {
+        std::vector<std::string> all;
+        for (int i = 0; i < count; i += 2) {
+            const std::string last = std::to_string(1 + i / 2 % 200);
+            all.push_back("127.1." + std::to_string(i / 400) + "." + last);
+            all.push_back("198.51.100." + last);
+        }
+        return all;
+    }
+    void run(const std::vector<std::string>& hosts) {
+        m_reports.assign(hosts.size(), std::nullopt);
+        m_heard = 0;
+        auto last = Clock::now();
+        m_events->AddTimer(1ms, [&, this] {
+            m_longest = std::max(m_longest, Clock::now() - std::exchange(last, Clock::now()));
+        });
+        const auto start = Clock::now();
+        m_pinger.PingAll(hosts, [this](size_t place, const kr::PingReport& report) {
+            EXPECT_FALSE(m_reports.at(place)) << place; // each is told of once
+            m_reports[place] = report;
+            ++m_heard;
+        });
+        EXPECT_EQ(m_heard, 0U); // not before the loop runs
+        while (m_heard < hosts.size() && Clock::now() - start < 20s)
+            m_events->Run(10ms);
+        m_took = Clock::now() - start;
+        std::printf("%zu pings: %lld ms, longest turn %lld ms\n", hosts.size(), ms(m_took),
+                    ms(m_longest));
+    }
+    static long long ms(Clock::duration time) {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(time).count();
+    }
+    /// Every second one answered and no other.
+    void expectHalf() {
+        for (size_t i = 0; i < m_reports.size(); ++i) {
+            ASSERT_TRUE(m_reports[i]) << i;
+            EXPECT_EQ(m_reports[i]->outcome == kr::PingOutcome::Answered, i % 2 == 0)
+                << i << ": " << static_cast<int>(m_reports[i]->outcome) << " "
+                << m_reports[i]->status;
+        }
+    }
+
+    std::vector<std::optional<kr::PingReport>> m_reports;
+    size_t m_heard = 0;
+    Clock::duration m_took{};
+    Clock::duration m_longest{};
+};
+
+TEST_F(ManyPings, AHundredSilentHostsTakeNoLongerThanOne) {
+    run(addresses(200));
+    expectHalf();
+    EXPECT_LT(m_took, 3s);
+}
+
+TEST_F(ManyPings, ConnectionsAreMadeBesideEachOther) {
+    m_pinger.UseRung(kr::Pinger::Rung::Tcp);
+    std::vector<std::string> all;
+    for (int i = 1; i <= 200; ++i)
+        all.push_back("127.1.0." + std::to_string(i)); // which refuse at least
+    run(all);
+    for (const auto& report : m_reports)
+        EXPECT_EQ(report.value().outcome, kr::PingOutcome::Answered);
+    EXPECT_LT(m_took, 2s);
+}
+
+TEST_F(ManyPings, ProgramsDoTheSameAndAreGoneAfterwards) {
+    program("some-ping", "echo $$ >> " + (m_folder / "pids").string() +
+                             "\ncase $* in *127.1.*) exit 0;; esac\nexec sleep 30");
+    m_pinger.UseRung(kr::Pinger::Rung::Program);
+    m_pinger.UseProgram("some-ping");
+    run(addresses(60));
+    expectHalf();
+    EXPECT_LT(m_took, 4s);
+    std::ifstream pids(m_folder / "pids");
+    int count = 0;
+    for (pid_t pid = 0; pids >> pid; ++count)
+        EXPECT_NE(kill(pid, 0), 0) << pid;
+    EXPECT_EQ(count, 60);
+}
+
+TEST_F(ManyPings, MoreThanCanBeAskedAtOnceWaitForTheirTurn) {
+    run(addresses(600));
+    expectHalf();
+    EXPECT_LT(m_took, 8s);
+}
+
+TEST_F(ManyPings, NamesAreLookedUpBesideEachOther) {
+    run({"localhost", "", "127.0.0.1", "\\\\localhost", "no-such-host.invalid", "\\\\"});
+    std::vector<kr::PingOutcome> outcomes;
+    for (const auto& report : m_reports)
+        outcomes.push_back(report.value().outcome);
+    using enum kr::PingOutcome;
+    EXPECT_THAT(outcomes, ::testing::ElementsAre(Answered, NoSuchName, Answered, Answered,
+                                                 NoSuchName, NoSuchName));
+}
+
+TEST_F(ManyPings, OneMoreIsAskedAtOnceBesideThem) {
+    const auto hosts = addresses(600);
+    size_t heard = 0;
+    m_pinger.PingAll(hosts, [&](size_t, const kr::PingReport&) { ++heard; });
+    m_events->Run(10ms);
+    const auto start = Clock::now();
+    EXPECT_EQ(m_pinger.Ping("127.0.0.1").outcome, kr::PingOutcome::Answered);
+    EXPECT_LT(Clock::now() - start, 1s);
+    EXPECT_LT(heard, hosts.size());
+}
+
+TEST_F(ManyPings, WhoHearsMayPingAgain) {
+    int answered = 0;
+    m_pinger.PingAll({"127.0.0.1", "127.0.0.2"}, [&](size_t, const kr::PingReport&) {
+        answered += m_pinger.Ping("127.0.0.3").outcome == kr::PingOutcome::Answered;
+    });
+    const auto start = Clock::now();
+    while (answered < 2 && Clock::now() - start < 5s)
+        m_events->Run(10ms);
+    EXPECT_EQ(answered, 2);
+}
+
+TEST_F(ManyPings, ThePingerMayGoMeanwhile) {
+    auto pinger = std::make_unique<kr::Pinger>(*m_events, nullptr);
+    bool heard = false;
+    pinger->PingAll(addresses(20), [&](size_t, const kr::PingReport&) { heard = true; });
+    m_events->Run(10ms);
+    pinger.reset();
+    heard = false;
+    const auto start = Clock::now();
+    while (Clock::now() - start < 100ms)
+        m_events->Run(10ms);
+    SUCCEED();
 }
 
 } // namespace

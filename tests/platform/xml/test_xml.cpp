@@ -61,6 +61,12 @@ TEST(Xml, WhatXmlCannotHoldIsLeftOut) {
     ASSERT_TRUE(again);
     EXPECT_EQ(again->Root().Attribute("v"), "xy\tz");
     EXPECT_EQ(again->Root().Text(), "broken");
+    for (const char* none : {"\xEF\xBF\xBF", "\xEF\xBF\xBE", "\xED\xA0\x80", "\xC1\x81",
+                             "\xF4\x90\x80\x80", "\xE0\x80\x80", "\xEF\xBF", "\x80"}) {
+        document.Root().SetText("\xC3\xA9" + std::string(none) + "\xF0\x9F\x98\x80" + none);
+        ASSERT_TRUE(XmlDocument::Parse(document.Save()));
+        EXPECT_EQ(document.Root().Text(), "\xC3\xA9\xF0\x9F\x98\x80");
+    }
 }
 
 TEST(Xml, RefusesWhatIsNone) {
