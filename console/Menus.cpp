@@ -36,9 +36,9 @@ constexpr KindSet kSets[] = {
     {"cclroot", "mnuCclAdd"},
     {"ccl", "mnuCclDelete mnuCclAdd mnuActionActivate mnuActionInactivate "
             "mnuActionmnuProps"},
-    {"pdlroot", "mnuPDLAddUser mnuActionmnuProps"},
+    {"pdlroot pdlrootX", "mnuPDLAddUser mnuActionmnuProps"},
     {"pdl", "mnuMclClearPDL mnuActionmnuProps"},
-    {"pdlt", "mnuPDLPush mnuPDLRemoveUser mnuPDLView mnuPDLTextEnable mnuPDLTextDisable"},
+    {"pdlt pushuser", "mnuPDLPush mnuPDLRemoveUser mnuPDLView mnuPDLTextEnable mnuPDLTextDisable"},
     {"mplroot", "mnuMplAdd mnuMplBackup mnuMplRestore"},
     {"mpl", "mnuMplDelete mnuMplPush mnuActionmnuProps"},
     {"epsroot", "mnuActionmnuProps mnuRestoreGlobal mnuRestoreClearGlobal"},

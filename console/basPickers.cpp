@@ -48,11 +48,13 @@ std::vector<PickedRecipient> present(AgentSession& session, std::string_view ids
 
 /// What the person chose; nothing on cancel, and after a failure that was shown.
 std::optional<std::vector<PickedRecipient>> ask(AgentSession& session, std::string_view title,
-                                                std::string_view ids, bool oneAddress) {
+                                                std::string_view ids, bool oneAddress,
+                                                std::string_view toLabel) {
     const auto chosen = present(session, ids);
     return Trap(
         [&]() -> std::optional<std::vector<PickedRecipient>> {
-            return session.ui().ShowAddressBook(*session.rdo, chosen, title, oneAddress, false);
+            return session.ui().ShowAddressBook(*session.rdo, chosen, title, oneAddress, false,
+                                                toLabel);
         },
         [&](const Trapped& error) {
             if (ContainsNoCase(error.description, "MAPI_E_USER_CANCEL"))
@@ -92,10 +94,10 @@ std::optional<Kept> keep(AgentSession& session, const PickedRecipient& chosen, c
 }
 
 bool pick(AgentSession& session, std::string_view title, RecipientList& list, bool oneAddress,
-          const Check& check, const std::string& quote) {
+          const Check& check, const std::string& quote, std::string_view toLabel = {}) {
     if (!session.rdo)
         return false;
-    const auto chosen = ask(session, title, list.ids, oneAddress);
+    const auto chosen = ask(session, title, list.ids, oneAddress, toLabel);
     if (!chosen)
         return false;
     Strings ids, names, addresses;
@@ -202,10 +204,10 @@ std::optional<std::string> galAddress(AgentSession& session, AddressEntry& entry
 int RecipientList::Count() const { return static_cast<int>(SplitNonEmpty(ids, ";").size()); }
 
 bool PickRecipients(AgentSession& session, std::string_view title, RecipientList& list,
-                    bool oneAddress) {
+                    bool oneAddress, std::string_view toLabel) {
     return pick(
         session, title, list, oneAddress,
-        [&](AddressEntry& entry) { return plainAddress(session, entry); }, "");
+        [&](AddressEntry& entry) { return plainAddress(session, entry); }, "", toLabel);
 }
 
 bool PickGALRecipients(AgentSession& session, std::string_view title, RecipientList& list,

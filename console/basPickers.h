@@ -20,8 +20,9 @@ struct RecipientList {
 
 /// True when the person confirmed; `list` comes in with the present selection and goes out with the
 /// new one. Entries without an address are left out by name. On cancel `list` stays.
+/// `toLabel` stands on the button that adds names.
 bool PickRecipients(AgentSession& session, std::string_view title, RecipientList& list,
-                    bool oneAddress);
+                    bool oneAddress, std::string_view toLabel = {});
 
 struct GALPickOptions {
     bool oneAddress = false;

@@ -18,19 +18,10 @@ struct NewUser {
 
 // --- The users that a command acts on
 
-/// A clone that stands on that user's row, or nullptr.
-std::shared_ptr<Recordset> rowOfUser(AgentSession& session, const EntryID& id) {
-    if (!session.users)
-        return nullptr;
-    const std::shared_ptr<Recordset> row = session.users->Clone();
-    ApplyFilter(session, *row, EntryIDFilter(id));
-    return row->EOF_() ? nullptr : row;
-}
-
 std::vector<std::string> namesOf(AgentSession& session, const std::vector<EntryID>& ids) {
     std::vector<std::string> names;
     for (const EntryID& id : ids) {
-        const std::shared_ptr<Recordset> row = rowOfUser(session, id);
+        const std::shared_ptr<Recordset> row = RowOfUser(session, id);
         names.push_back(row ? UserName(*row) : std::string());
     }
     return names;
@@ -259,7 +250,7 @@ std::vector<EntryID> DeleteUsers(AgentSession& session, const std::vector<EntryI
     return forEachRecord(session, ids, "Deleting users, please wait...", "DeleteUser",
                          [&](RDOMessage& record, const EntryID& id) {
                              record.Delete();
-                             if (const auto row = rowOfUser(session, id))
+                             if (const auto row = RowOfUser(session, id))
                                  row->Delete();
                          });
 }
@@ -279,7 +270,7 @@ std::vector<EntryID> DisableUsers(AgentSession& session, const std::vector<Entry
                          [&](RDOMessage& record, const EntryID& id) {
                              setField(record, UserFieldID::State, kUserDisabled);
                              record.Save();
-                             if (const auto row = rowOfUser(session, id))
+                             if (const auto row = RowOfUser(session, id))
                                  row->Set(Index(UserFieldID::State), kUserDisabled);
                          });
 }
@@ -303,7 +294,7 @@ std::vector<EntryID> SetUserLanguage(AgentSession& session, int32_t lcid, std::s
                              else
                                  setField(record, UserFieldID::LCID, lcid);
                              record.Save();
-                             if (const auto row = rowOfUser(session, id);
+                             if (const auto row = RowOfUser(session, id);
                                  row && which == UserLanguage::Agent)
                                  row->Set(Index(UserFieldID::LCID), lcid);
                          });

@@ -170,4 +170,12 @@ std::string EmailFilter(std::string_view address) {
     return "[Email]='" + EscapeQuotes(address) + "'";
 }
 
+std::shared_ptr<Recordset> RowOfUser(AgentSession& session, const EntryID& id) {
+    if (!session.users)
+        return nullptr;
+    const std::shared_ptr<Recordset> row = session.users->Clone();
+    ApplyFilter(session, *row, EntryIDFilter(id));
+    return row->EOF_() ? nullptr : row;
+}
+
 } // namespace kr

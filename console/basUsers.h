@@ -28,6 +28,8 @@ bool ApplyFilter(AgentSession& session, Recordset& recordset, std::string_view f
 /// "[EntryID]='...'" and "[Email]='...'"
 std::string EntryIDFilter(const EntryID& id);
 std::string EmailFilter(std::string_view address);
+/// A clone that stands on that user's row; nullptr when there is none.
+std::shared_ptr<Recordset> RowOfUser(AgentSession& session, const EntryID& id);
 
 // --- Lists
 

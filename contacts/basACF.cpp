@@ -44,7 +44,8 @@ bool usedElsewhere(AgentSession& session, const EntryID& own, std::string_view p
     return used || failed;
 }
 
-RDOMessagePtr checked(RDOMessagePtr message, std::string_view messageClass, std::string_view guid) {
+RDOMessagePtr checked(const RDOMessagePtr& message, std::string_view messageClass,
+                      std::string_view guid) {
     const bool found = message && EqualNoCase(message->MessageClass(), messageClass) &&
                        EqualNoCase(Trim(RequireKey(*message, kAcsGuidKey).text()), guid);
     return found ? message : nullptr;

@@ -165,7 +165,7 @@ std::string PathInMailbox(const RDOFolder& folder) {
     for (int depth = 0; depth < kDeepest && parent; ++depth) {
         if (store->CompareEntryIDs(parent->ID(), root))
             break;
-        path = "\\" + parent->Name() + path;
+        path.insert(0, "\\" + parent->Name());
         parent = parent->Parent();
     }
     return path;

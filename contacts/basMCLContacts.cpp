@@ -1,7 +1,6 @@
 #include "contacts/basMCLContacts.h"
 
 #include "core/Text.h"
-#include "core/basStore.h"
 
 namespace kr {
 
@@ -10,10 +9,18 @@ namespace {
 /// The three e-mail address properties in PSETID_Address.
 constexpr std::string_view kAddressIds[] = {"0x8083", "0x8093", "0x80A3"};
 
+std::string textOf(const TableCell& cell) { return cell.isText() ? Trim(cell.bytes) : ""; }
+
+/// Throws where GetPropTag would give a tag that reads as empty in each row.
+PropTag tagOf(RDOFolder& folder, std::string_view id) {
+    const PropTag tag = folder.GetIDsFromNames(PSETID_Address, id) & 0xFFFF0000;
+    return tag | static_cast<PropTag>(PropType::String);
+}
+
 std::string firstAddress(const TableRows& rows, size_t row, size_t firstColumn) {
     for (size_t i = 0; i < std::size(kAddressIds); ++i) {
         const TableCell& cell = rows.at(row, firstColumn + i);
-        if (std::string address = cell.isText() ? Trim(cell.bytes) : ""; !address.empty())
+        if (std::string address = textOf(cell); !address.empty())
             return address;
     }
     return {};
@@ -23,18 +30,19 @@ std::string firstAddress(const TableRows& rows, size_t row, size_t firstColumn) 
 
 void WalkSourceContacts(AgentSession& session, RDOFolder& folder, bool all,
                         const std::function<bool(const SourceContact&)>& contact) {
-    std::vector<PropTag> columns{PR_SUBJECT};
+    std::vector<PropTag> columns{PR_SUBJECT, PR_MOBILE_TELEPHONE_NUMBER};
     for (const std::string_view id : kAddressIds)
-        columns.push_back(GetPropTag(folder, id, PropType::String, PSETID_Address));
+        columns.push_back(tagOf(folder, id));
     const MAPITablePtr table = folder.Items()->Table();
     table->Columns(columns);
     for (TableRows rows = table->GetRows(); !rows.empty(); rows = table->GetRows()) {
         for (size_t i = 0; i < rows.rows; ++i) {
-            std::string address = firstAddress(rows, i, 1);
+            std::string address = firstAddress(rows, i, 2);
             if (address.empty() && !all)
                 continue;
             const TableCell& name = rows.at(i, 0);
-            if (!contact({name.isText() ? std::string(name.bytes) : "", std::move(address)}))
+            if (!contact({name.isText() ? std::string(name.bytes) : "", std::move(address),
+                          textOf(rows.at(i, 1))}))
                 return;
         }
         session.ui().DoEvents();

@@ -9,10 +9,11 @@
 /// The contacts of a folder that is the source of a list.
 namespace kr {
 
-/// A contact: its name, and the first of its e-mail addresses that isn't blank.
+/// A contact: its name, the first of its e-mail addresses that isn't blank, and its mobile phone.
 struct SourceContact {
     std::string name;
     std::string address;
+    std::string mobile;
 };
 /// Walks the contacts that a list takes, those with an e-mail address or, with `all`, every one;
 /// `contact` gives false to end it. Throws as the store does.

@@ -41,8 +41,10 @@ private:
 std::vector<PickedRecipient> ShowAddressBook(RDOSession& session,
                                              const std::vector<PickedRecipient>& chosen,
                                              std::string_view title, bool oneAddress,
-                                             bool forceResolution, QWidget* parent) {
-    frmAddressBook form(session, {chosen, FromUtf8(title), oneAddress, forceResolution}, parent);
+                                             bool forceResolution, std::string_view toLabel,
+                                             QWidget* parent) {
+    frmAddressBook form(
+        session, {chosen, FromUtf8(title), oneAddress, forceResolution, FromUtf8(toLabel)}, parent);
     if (form.exec() == QDialog::Accepted)
         return form.chosen();
     if (form.failure())

@@ -17,7 +17,8 @@ namespace kr {
 std::vector<PickedRecipient> ShowAddressBook(RDOSession& session,
                                              const std::vector<PickedRecipient>& chosen,
                                              std::string_view title, bool oneAddress,
-                                             bool forceResolution, QWidget* parent);
+                                             bool forceResolution, std::string_view toLabel,
+                                             QWidget* parent);
 /// Nothing on Cancel. Throws PlatformError when no folder could be read; the log has the reasons.
 std::vector<FolderPick> PickFolders(RDOSession& session, const FolderPickOptions& options,
                                     const Log& log, QWidget* parent);

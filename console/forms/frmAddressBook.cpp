@@ -78,6 +78,11 @@ void frmAddressBook::makeSingle() {
 
 void frmAddressBook::makeMultiple() {
     resize(TextRoom(*this, kColumns, kLines));
+    if (!m_options.toLabel.isEmpty()) {
+        const QKeySequence key = m_ui->cmdAdd->shortcut();
+        m_ui->cmdAdd->setText(m_options.toLabel + QStringLiteral(" >"));
+        m_ui->cmdAdd->setShortcut(key); // whatever the label, the key stays
+    }
     for (const PickedRecipient& recipient : m_options.chosen) {
         std::string_view image = "imgMail";
         try {

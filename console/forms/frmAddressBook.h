@@ -27,6 +27,8 @@ public:
         bool oneAddress = false;
         /// Only entries of the address book; else any SMTP address may be typed.
         bool forceResolution = false;
+        /// On the button that adds names; "" for its own caption.
+        QString toLabel;
     };
 
     /// Throws PlatformError when the address book can't be read.

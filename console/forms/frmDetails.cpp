@@ -1,6 +1,8 @@
 #include "console/forms/frmDetails.h"
 
 #include <QHeaderView>
+#include <QScreen>
+#include <QScrollBar>
 
 #include "console/forms/FormTools.h"
 #include "console/forms/ListAdapter.h"
@@ -50,9 +52,21 @@ void frmDetails::showOrder() {
         m_list.Order() == SortOrder::Ascending ? Qt::AscendingOrder : Qt::DescendingOrder);
 }
 
+/// As wide as the columns, on a screen that has the room.
+void frmDetails::widen() {
+    const QTreeView& list = *m_ui->lvDetail;
+    const int around = 2 * list.frameWidth() + list.verticalScrollBar()->sizeHint().width() +
+                       layout()->contentsMargins().left() + layout()->contentsMargins().right();
+    const int most = screen()->availableSize().width() * 9 / 10;
+    if (const int wanted = std::min(list.header()->length() + around, most); wanted > width())
+        resize(wanted, height());
+}
+
 void frmDetails::showEvent(QShowEvent* event) {
     FitColumns(*m_ui->lvDetail, m_list);
     showOrder();
+    if (!event->spontaneous())
+        widen();
     QDialog::showEvent(event);
 }
 

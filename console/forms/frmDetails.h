@@ -34,6 +34,7 @@ protected:
 
 private:
     void showOrder();
+    void widen();
 
     ListModel m_list;
     std::unique_ptr<ListAdapter> m_adapter;

@@ -27,7 +27,7 @@ void AcfForm::Start(const Controls& controls) {
     m_controls = controls;
     m_admins = new RecipientBox(
         m_session, {controls.admins, controls.chooseAdmins, nullptr, controls.details},
-        "Alternate Contact Folder Admins",
+        {"Alternate Contact Folder Admins"},
         [this](const std::string& addresses) {
             ShowMembers(m_session, "Members", addresses, this);
         },

@@ -68,7 +68,7 @@ std::function<bool(const std::string&, const std::string&)> contactsForm(AgentSe
 
 } // namespace
 
-ContactForms MakeContactForms(AgentSession& session, TreeModel& tree, Parent parent) {
+ContactForms MakeContactForms(AgentSession& session, TreeModel& tree, const Parent& parent) {
     ContactForms forms;
     forms.frmMCR = editor<frmMCR>(session, tree, parent);
     forms.frmACF = editor<frmACF>(session, tree, parent);

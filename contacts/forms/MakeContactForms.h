@@ -11,6 +11,6 @@ class TreeModel;
 
 /// The real dialogs of contact sources, each over the window that `parent` names then.
 ContactForms MakeContactForms(AgentSession& session, TreeModel& tree,
-                              std::function<QWidget*()> parent);
+                              const std::function<QWidget*()>& parent);
 
 } // namespace kr

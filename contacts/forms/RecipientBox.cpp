@@ -24,10 +24,10 @@ std::string idOf(AgentSession& session, const std::string& name, const std::stri
 
 } // namespace
 
-RecipientBox::RecipientBox(AgentSession& session, const Controls& controls, std::string pickerTitle,
+RecipientBox::RecipientBox(AgentSession& session, const Controls& controls, Picker picker,
                            std::function<void(const std::string& addresses)> showMembers,
                            QObject* parent)
-    : QObject(parent), m_session(session), m_controls(controls), m_title(std::move(pickerTitle)),
+    : QObject(parent), m_session(session), m_controls(controls), m_picker(std::move(picker)),
       m_showMembers(std::move(showMembers)) {
     connect(m_controls.select, &QAbstractButton::clicked, this, &RecipientBox::onSelect);
     connect(m_controls.list, &QListWidget::currentRowChanged, this, [this] { adjust(); });
@@ -65,7 +65,7 @@ void RecipientBox::onSelect() {
                 idOf(m_session, i < names.size() ? names[i] : addresses[i], Trim(addresses[i])));
         chosen.ids = Join(ids, ";");
     }
-    if (!PickRecipients(m_session, m_title, chosen, false))
+    if (!PickRecipients(m_session, m_picker.title, chosen, false, m_picker.toLabel))
         return;
     const bool differs =
         chosen.names != m_recipients.names || chosen.addresses != m_recipients.addresses;

@@ -20,8 +20,13 @@ public:
         QAbstractButton* remove = nullptr;
         QAbstractButton* members = nullptr;
     };
+    /// What the address book shows on itself and on the button that adds names.
+    struct Picker {
+        std::string title;
+        std::string toLabel = {};
+    };
     /// `members` shows the expansion of the addresses.
-    RecipientBox(AgentSession& session, const Controls& controls, std::string pickerTitle,
+    RecipientBox(AgentSession& session, const Controls& controls, Picker picker,
                  std::function<void(const std::string& addresses)> showMembers, QObject* parent);
 
     void Set(std::string_view names, std::string_view addresses);
@@ -41,7 +46,7 @@ private:
 
     AgentSession& m_session;
     Controls m_controls;
-    std::string m_title;
+    Picker m_picker;
     std::function<void(const std::string&)> m_showMembers;
     RecipientList m_recipients;
 };

@@ -60,7 +60,7 @@ void RegMclForm::Start(const Controls& controls, std::string_view noName) {
 
 RecipientBox* RegMclForm::addBox(const RecipientBox::Controls& controls, std::string_view title) {
     auto* box = new RecipientBox(
-        m_session, controls, std::string(title),
+        m_session, controls, {std::string(title), "List"},
         [this](const std::string& addresses) {
             ShowMembers(m_session, "Members", addresses, this);
         },

@@ -22,7 +22,7 @@ frmAccessListMC::frmAccessListMC(AgentSession& session, const std::string& conta
     m_ui->setupUi(this);
     m_ui->imgPopup->setIcon(IconOf("imgPopup"));
     m_access = new RecipientBox(
-        session, {m_ui->lstACL, m_ui->cmdACL, m_ui->cmdDelete, m_ui->cmdDetails}, "Grant Access",
+        session, {m_ui->lstACL, m_ui->cmdACL, m_ui->cmdDelete, m_ui->cmdDetails}, {"Grant Access"},
         [this](const std::string& addresses) {
             ShowMembers(m_session, "Members", addresses, this);
         },

@@ -30,7 +30,7 @@ frmMandatoryNote::frmMandatoryNote(AgentSession& session, const EntryID& record,
     m_ui->imgPopup->setIcon(IconOf("imgPopup"));
     m_target = new RecipientBox(
         session, {m_ui->lstTarget, m_ui->cmdTarget, m_ui->cmdDelTarget, m_ui->cmdDetails},
-        "Target - Authorized Recipients",
+        {"Target - Authorized Recipients"},
         [this](const std::string& addresses) {
             ShowMembersOrEntries(m_session, "Members", m_target->names(), addresses,
                                  m_ui->chkExpand->isChecked(), this);

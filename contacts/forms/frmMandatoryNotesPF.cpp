@@ -44,7 +44,7 @@ frmMandatoryNotesPF::frmMandatoryNotesPF(AgentSession& session, const EntryID& r
     m_ui->cmdDetails1->setEnabled(false);
     m_target = new RecipientBox(
         session, {m_ui->lstTarget, m_ui->cmdTarget, m_ui->cmdDelete, m_ui->cmdDetails0},
-        "Target - Authorized Recipients",
+        {"Target - Authorized Recipients"},
         [this](const std::string& addresses) {
             ShowMembers(m_session, "Members", addresses, this);
         },

@@ -33,7 +33,7 @@ frmPrivateFieldsMC::frmPrivateFieldsMC(AgentSession& session, const std::string&
         help->setIcon(IconOf("imgPopup"));
     m_access = new RecipientBox(
         session, {m_ui->lstACL, m_ui->cmdACL, m_ui->cmdDelete, m_ui->cmdDetails},
-        "Privacy - Access Control List",
+        {"Privacy - Access Control List"},
         [this](const std::string& addresses) {
             ShowMembersOrEntries(m_session, "Members", m_access->names(), addresses,
                                  m_ui->chkExpand->isChecked(), this);

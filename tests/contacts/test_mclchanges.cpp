@@ -199,7 +199,7 @@ TEST(MclChangeFailures, AFailureMakesNoSecondFolderAndKeepsThePath) {
         failing.LogOn();
         arm(failing.store.plan());
         const MclFolder found = GetMCLFolder(failing.session);
-        EXPECT_EQ(!found, failing.ui.shown.size() > 0);
+        EXPECT_EQ(!found, !failing.ui.shown.empty());
         EXPECT_EQ(mcl.agentKey("MCEntryID"), Value(there.id.text()));
         EXPECT_EQ(mcl.agentKey("MCPath"), Value(there.path));
         return failing.store.plan().Failed();

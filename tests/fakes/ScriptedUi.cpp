@@ -95,8 +95,10 @@ std::optional<std::string> ScriptedUi::SaveFileName(std::string_view title, std:
 
 std::vector<PickedRecipient> ScriptedUi::ShowAddressBook(RDOSession&,
                                                          const std::vector<PickedRecipient>& chosen,
-                                                         std::string_view title, bool, bool) {
+                                                         std::string_view title, bool, bool,
+                                                         std::string_view toLabel) {
     m_preselected.push_back(chosen);
+    m_toLabels.emplace_back(toLabel);
     auto answer = next(m_books, "address book", title);
     if (!answer)
         throw PlatformError(MAPI_E_USER_CANCEL, "Error in AddressBook: MAPI_E_USER_CANCEL");

@@ -37,6 +37,8 @@ public:
     const std::vector<std::string>& statuses() const { return m_statuses; }
     std::string lastStatus() const { return m_statuses.empty() ? "" : m_statuses.back(); }
     const std::vector<std::vector<PickedRecipient>>& preselected() const { return m_preselected; }
+    /// The label of each address book that was shown.
+    const std::vector<std::string>& toLabels() const { return m_toLabels; }
     int doEventsCalls() const { return m_doEvents; }
     int waitCursors() const { return m_waitCursors; }
     const std::vector<std::string>& popups() const { return m_popups; }
@@ -56,7 +58,8 @@ public:
     std::vector<PickedRecipient> ShowAddressBook(RDOSession& session,
                                                  const std::vector<PickedRecipient>& chosen,
                                                  std::string_view title, bool oneAddress,
-                                                 bool forceResolution) override;
+                                                 bool forceResolution,
+                                                 std::string_view toLabel = {}) override;
     std::vector<FolderPick> PickFolders(RDOSession& session,
                                         const FolderPickOptions& options) override;
     std::unique_ptr<Progress> StartProgress(std::string_view caption, ProgressKind kind) override;
@@ -79,6 +82,7 @@ private:
     std::vector<Said> m_boxes;
     std::vector<std::string> m_statuses, m_popups;
     std::vector<std::vector<PickedRecipient>> m_preselected;
+    std::vector<std::string> m_toLabels;
     std::string m_lastFilter;
     int m_cancelAfter = -1;
     int m_doEvents = 0;

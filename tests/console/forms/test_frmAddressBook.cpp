@@ -30,7 +30,7 @@ protected:
     Names choose(F play, std::vector<PickedRecipient> chosen = {}, bool one = false,
                  bool force = false) {
         whenModal("frmAddressBook", play);
-        answer = ShowAddressBook(session(), chosen, "Select Users", one, force, nullptr);
+        answer = ShowAddressBook(session(), chosen, "Select Users", one, force, {}, nullptr);
         Names names;
         for (const PickedRecipient& recipient : answer)
             names.push_back(recipient.name);
@@ -234,11 +234,21 @@ TEST_F(frmAddressBookTest, PreselectedOnesThatAreGoneStayUntilRemoved) {
     EXPECT_EQ(answer[2].id, gone.id);
 }
 
+TEST_F(frmAddressBookTest, TheLabelOfTheCallerStandsOnTheButton) {
+    whenModal("frmAddressBook", [](QWidget* form) {
+        const auto* add = control<QPushButton>(form, "cmdAdd");
+        EXPECT_EQ(add->text(), "List >");
+        EXPECT_EQ(add->shortcut(), QKeySequence("Alt+A"));
+        press(form, "cmdOK");
+    });
+    ShowAddressBook(session(), {picked("Sales")}, "Title", false, false, "List", nullptr);
+}
+
 TEST_F(frmAddressBookTest, CancelIsTold) {
     for (const bool one : {false, true}) {
         whenModal("frmAddressBook", [](QWidget* form) { QTest::keyClick(form, Qt::Key_Escape); });
         try {
-            ShowAddressBook(session(), {}, "Title", one, false, nullptr);
+            ShowAddressBook(session(), {}, "Title", one, false, {}, nullptr);
             ADD_FAILURE() << "no error";
         } catch (const PlatformError& error) {
             EXPECT_EQ(error.number(), MAPI_E_USER_CANCEL);

@@ -19,7 +19,7 @@ protected:
         world.LogOn();
         box = std::make_unique<RecipientBox>(
             *world.session, RecipientBox::Controls{&list, &select, &remove, &members},
-            "Target - Authorized Recipients",
+            RecipientBox::Picker{"Target - Authorized Recipients", "List"},
             [this](const std::string& addresses) { shown = addresses; }, &form);
         QObject::connect(box.get(), &RecipientBox::changed, &form, [this] { ++changes; });
     }
@@ -71,6 +71,7 @@ TEST_F(RecipientBoxTest, PicksAnewWithThePresentOnesShown) {
     EXPECT_EQ(box->names(), "Sales;Bob Baker");
     EXPECT_EQ(box->addresses(), "sales@example.test;bob@example.test");
     EXPECT_EQ(shownNames(), (QStringList{"Sales", "Bob Baker"}));
+    EXPECT_EQ(world.ui.toLabels(), std::vector<std::string>{"List"});
     EXPECT_EQ(changes, 1);
 }
 
@@ -110,7 +111,7 @@ TEST_F(RecipientBoxTest, MembersGetTheAddresses) {
 
 TEST_F(RecipientBoxTest, TheLastTwoButtonsMayBeMissing) {
     QListWidget bare;
-    RecipientBox other(*world.session, {&bare, &select}, "T", {}, &form);
+    RecipientBox other(*world.session, {&bare, &select}, {"T"}, {}, &form);
     other.Set("Alice Adams", "alice@example.test");
     bare.setCurrentRow(0);
     EXPECT_EQ(bare.count(), 1);
