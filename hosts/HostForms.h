@@ -13,8 +13,9 @@ namespace kr {
 struct HostForms {
     /// Properties of a server by the id of its host message; true when it was saved.
     std::function<bool(const EntryID& host)> frmHost;
-    /// Tasks of a server; `running`: its service runs. `refreshRow` renews its row in the list.
-    std::function<void(const EntryID& host, const std::string& name, bool running,
+    /// Tasks of a server; `running` says whether its service runs by now, and `refreshRow` renews
+    /// its row in the list.
+    std::function<void(const EntryID& host, const std::string& name, std::function<bool()> running,
                        std::function<void()> refreshRow)>
         frmTasks;
     /// Waits until the agent's service of that machine is running or stopped.

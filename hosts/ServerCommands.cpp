@@ -9,11 +9,13 @@
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basAgent.h"
+#include "core/basProfiles.h"
 #include "core/basStore.h"
 #include "hosts/HostKinds.h"
 #include "hosts/ServerList.h"
 #include "hosts/ServiceCommands.h"
 #include "hosts/basHosts.h"
+#include "push/basTargets.h"
 
 namespace kr {
 
@@ -101,8 +103,10 @@ void runEPS(Console& console, ServerList& list, const HostForms& forms) {
     const int code = forms.frmEPSNow(EntryID(server->key));
     if (code != kCodeEPSNow && code != kCodeEPSSpecial)
         return;
-    launch(session, code == kCodeEPSNow ? "Launching EPS Now on " : "Launching EPS Special on ",
-           server->name, code);
+    session.log((code == kCodeEPSNow ? "Launching EPS Now on " : "Launching EPS Special on ") +
+                server->name);
+    TrapSilently([&] { CheckMbxProfiles(session, BuildUserFilterEPS(session)); });
+    SendServiceControl(session, HostPath(server->name), code);
     list.RefreshServerRow(server->key);
 }
 
@@ -118,8 +122,10 @@ void endTask(Console& console, ServerList& list) {
 void showTasks(Console& console, const std::shared_ptr<ServerList>& list, const HostForms& forms) {
     const auto server = selectedServer(console);
     if (server && forms.frmTasks)
-        forms.frmTasks(EntryID(server->key), server->name, server->running,
-                       [list, key = server->key] { list->RefreshServerRow(key); });
+        forms.frmTasks(
+            EntryID(server->key), server->name,
+            [list, key = server->key] { return list->Running(key); },
+            [list, key = server->key] { list->RefreshServerRow(key); });
 }
 
 std::string question(const std::vector<SelectedServer>& servers) {
@@ -174,7 +180,7 @@ void ShowServerProperties(Console& console, ServerList& list, const HostForms& f
         list.RefreshServerRow(key);
 }
 
-void RegisterServerCommands(Console& console, std::shared_ptr<ServerList> list,
+void RegisterServerCommands(Console& console, const std::shared_ptr<ServerList>& list,
                             const HostForms& forms) {
     for (const RunNow& run : kRuns)
         console.RegisterCommand(run.command, [list, run](Console& c) { runNow(c, *list, run); });

@@ -10,7 +10,7 @@ class Console;
 class ServerList;
 
 /// Registers what the menu of agent servers does: the orders to the agent, and its service.
-void RegisterServerCommands(Console& console, std::shared_ptr<ServerList> list,
+void RegisterServerCommands(Console& console, const std::shared_ptr<ServerList>& list,
                             const HostForms& forms);
 
 /// The properties of the selected server; its row is renewed when they were saved.

@@ -1,6 +1,7 @@
 #include "hosts/ServerList.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "console/Console.h"
 #include "console/ListCounts.h"
@@ -15,9 +16,16 @@ namespace kr {
 
 namespace {
 
-/// A ping ends after 2 seconds and a query after 3. A walk that is longer at one row lies below a
-/// dialog that was opened meanwhile, and another one takes its place.
+/// Pings and queries end after 2 seconds each: a pass that has heard nothing for so long has lost
+/// an answer, and another one takes its place.
 constexpr auto kStuckAfter = std::chrono::seconds(6);
+
+/// Services that are asked at once: a query may start a program, and may take its full time where a
+/// computer answers pings only.
+constexpr size_t kMostQueries = 32;
+
+/// Answers are worked off for so long in one turn of the event loop.
+constexpr auto kTurn = std::chrono::milliseconds(8);
 
 bool same(const ListRow& a, const ListRow& b) {
     return a.texts == b.texts && a.icon == b.icon && a.tag == b.tag;
@@ -33,8 +41,7 @@ void ServerList::ListServers() {
                          "1 server", " servers", [this](Console&) { return fill(); }});
     if (!m_console || m_console->CurrentTag() != kServerRoot)
         return; // another node was clicked meanwhile
-    m_walking = false;
-    startWalk(&ServerList::probe);
+    startPass(false);
 }
 
 std::string ServerList::fill() {
@@ -108,21 +115,28 @@ void ServerList::fitTexts(const ListRow& row) {
 
 // --- one row
 
-bool ServerList::probe(const std::string& key) {
+void ServerList::probe(const std::string& key) {
     const ListRow* row = find(key);
     if (!row)
-        return true;
+        return;
     const std::string name = row->texts[kServerName];
     AgentSession& session = m_console->session();
-    if (!PingHost(session, name)) {
-        change(key, [](ListRow& silent) {
-            silent.tag = kServerNoPing;
-            silent.icon = kServerUnknown;
-        });
-        return true;
-    }
-    ShowState(key, QueryService(session, HostPath(name), kAgentService));
-    return true;
+    if (PingHost(session, name))
+        ShowState(key, QueryService(session, HostPath(name), kAgentService));
+    else
+        showSilent(key);
+}
+
+void ServerList::showSilent(const std::string& key) {
+    change(key, [](ListRow& silent) {
+        silent.tag = kServerNoPing;
+        silent.icon = kServerUnknown;
+    });
+}
+
+bool ServerList::Running(const std::string& key) const {
+    const ListRow* row = m_console ? find(key) : nullptr;
+    return row && row->icon == kServerOn;
 }
 
 void ServerList::ShowState(const std::string& key, SvcState state) {
@@ -170,11 +184,11 @@ void ServerList::RefreshServerRow(const std::string& key) {
     m_refreshing.erase(key);
 }
 
-// --- walks
+// --- passes
 
 void ServerList::RefreshServerTasks() {
-    if (!m_walking || stuck())
-        startWalk(&ServerList::refreshTask);
+    if (!m_pass || !current(m_pass) || stuck())
+        startPass(true);
 }
 
 bool ServerList::stuck() const {
@@ -182,67 +196,130 @@ bool ServerList::stuck() const {
     return now < m_lastStep || now - m_lastStep >= kStuckAfter;
 }
 
-/// The walk runs from the event loop and not from here: the caller may be the timer, which doesn't
-/// tick again below its own tick, and a walk takes two seconds for each silent server.
-void ServerList::startWalk(Step step) {
-    const uint64_t walk = ++m_walk;
-    m_walking = true;
+/// The pass runs from the event loop and not from here, so that the list stands before its first
+/// server is asked.
+void ServerList::startPass(bool tasks) {
+    m_pass = std::make_shared<Pass>(Pass{m_console->ListNumber(), tasks, 0, 0, {}});
     m_lastStep = m_console->session().platform.clock.now();
-    m_console->session().platform.events.Post([self = weak_from_this(), walk, step] {
+    later([this, pass = m_pass] { runPass(pass); });
+}
+
+void ServerList::later(std::function<void()> work) {
+    m_work.push_back(std::move(work));
+    if (m_work.size() == 1)
+        postWork();
+}
+
+void ServerList::postWork() {
+    m_console->session().platform.events.Post([self = weak_from_this()] {
         if (const auto list = self.lock())
-            list->runWalk(walk, step);
+            list->workOff();
     });
 }
 
-bool ServerList::current(uint64_t list) const {
-    return m_console && m_console->ListNumber() == list && m_console->CurrentTag() == kServerRoot &&
-           m_console->session().agentInfo;
-}
-
-void ServerList::runWalk(uint64_t walk, Step step) {
-    if (!m_console || walk != m_walk)
-        return;
-    AgentSession& session = m_console->session();
-    const uint64_t list = m_console->ListNumber();
-    std::vector<std::string> keys;
-    for (size_t i = 0; i < m_console->list().Count(); ++i)
-        keys.push_back(m_console->list().At(i).key);
-    Trap(
-        [&] {
-            for (const std::string& key : keys) {
-                if (walk != m_walk || !current(list) || !(this->*step)(key))
-                    return;
-                if (walk != m_walk || !current(list))
-                    return;
-                m_lastStep = session.platform.clock.now();
-                session.ui().DoEvents();
-            }
-        },
-        [&](const Trapped& trapped) { session.log("RefreshServerTasks " + trapped.text()); });
-    if (walk == m_walk)
-        m_walking = false;
-}
-
-bool ServerList::refreshTask(const std::string& key) {
-    const ListRow* row = find(key);
-    if (!row)
-        return true; // deleted meanwhile
-    if (row->tag != kServer)
-        return row->tag == kServerNoPing;
-    AgentSession& session = m_console->session();
-    const std::string name = row->texts[kServerName];
-    if (row->icon != kServerUnknown && !PingHost(session, name)) {
-        change(key, [](ListRow& silent) {
-            silent.tag = kServerNoPing;
-            silent.icon = kServerUnknown;
+void ServerList::workOff() {
+    const auto end = std::chrono::steady_clock::now() + kTurn;
+    while (m_console && !m_work.empty() && std::chrono::steady_clock::now() < end) {
+        Trap(m_work.front(), [this](const Trapped& trapped) {
+            m_console->session().log("RefreshServerTasks " + trapped.text());
         });
-    } else {
-        session.ui().DoEvents();
-        ShowState(key, QueryService(session, HostPath(name), kAgentService));
-        session.ui().DoEvents();
+        m_work.pop_front();
     }
-    showTask(key);
-    return true;
+    if (m_console && !m_work.empty())
+        postWork();
+}
+
+bool ServerList::current(const PassPtr& pass) const {
+    return m_console && m_pass == pass && m_console->ListNumber() == pass->list &&
+           m_console->CurrentTag() == kServerRoot && m_console->session().agentInfo;
+}
+
+void ServerList::runPass(const PassPtr& pass) {
+    if (!current(pass))
+        return;
+    std::vector<Server> toPing;
+    const ListModel& list = m_console->list();
+    for (size_t i = 0; i < list.Count(); ++i) {
+        const ListRow& row = list.At(i);
+        if (pass->tasks && row.tag == kServerNoPing)
+            continue;
+        if (pass->tasks && row.tag != kServer)
+            break;
+        // a row that is still unknown is asked for its service without a ping
+        const bool known = !pass->tasks || row.icon != kServerUnknown;
+        Server server{row.key, row.texts[kServerName]};
+        if (known)
+            toPing.push_back(std::move(server));
+        else
+            pass->answered.push_back(std::move(server));
+    }
+    pass->open = toPing.size() + pass->answered.size();
+    if (pass->open == 0)
+        return m_pass.reset();
+    askServices(pass);
+    ping(pass, std::move(toPing));
+}
+
+void ServerList::ping(const PassPtr& pass, std::vector<Server> servers) {
+    std::vector<std::string> names;
+    for (const Server& server : servers)
+        names.push_back(server.name);
+    m_console->session().platform.shell.PingAll(
+        names, [self = weak_from_this(), pass,
+                servers = std::move(servers)](size_t place, const PingReport& report) {
+            const auto list = self.lock();
+            if (list && list->current(pass))
+                list->later([raw = list.get(), pass, server = servers[place], report] {
+                    raw->onPing(pass, server, report);
+                });
+        });
+}
+
+void ServerList::onPing(const PassPtr& pass, const Server& server, const PingReport& report) {
+    if (!current(pass))
+        return;
+    m_lastStep = m_console->session().platform.clock.now();
+    if (report.outcome == PingOutcome::Answered) {
+        pass->answered.push_back(server);
+        askServices(pass);
+    } else {
+        LogSilence(m_console->session(), server.name, report);
+        showSilent(server.key);
+        rowDone(pass, server.key);
+    }
+}
+
+void ServerList::askServices(const PassPtr& pass) {
+    while (current(pass) && pass->asked < kMostQueries && !pass->answered.empty()) {
+        const Server server = std::move(pass->answered.front());
+        pass->answered.pop_front();
+        ++pass->asked;
+        m_console->session().platform.services.Query(
+            HostPath(server.name), kAgentService,
+            [self = weak_from_this(), pass, key = server.key](SvcState state, const std::string&) {
+                const auto list = self.lock();
+                if (list && list->current(pass))
+                    list->later(
+                        [raw = list.get(), pass, key, state] { raw->onService(pass, key, state); });
+            });
+    }
+}
+
+void ServerList::onService(const PassPtr& pass, const std::string& key, SvcState state) {
+    --pass->asked;
+    if (!current(pass))
+        return;
+    m_lastStep = m_console->session().platform.clock.now();
+    ShowState(key, state);
+    rowDone(pass, key);
+    askServices(pass);
+}
+
+void ServerList::rowDone(const PassPtr& pass, const std::string& key) {
+    if (pass->tasks)
+        showTask(key);
+    if (--pass->open == 0 && m_pass == pass)
+        m_pass.reset();
 }
 
 } // namespace kr

@@ -2,51 +2,78 @@
 
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "core/ListModel.h"
 #include "platform/services/Services.h"
+#include "platform/shell/Shell.h"
 #include "platform/store/Messages.h"
 
 namespace kr {
 
 class Console;
 
-/// The list of agent servers and what keeps it current. Pings and service queries run events while
-/// they wait, so the list may be another one after each of them: rows are looked up by their key,
-/// and a walk through them ends when the list has changed.
+/// The list of agent servers and what keeps it current. A pass over its rows pings all servers at
+/// once and asks the services of those that answer; the answers come from the event loop, and the
+/// list may be another one by then: rows are looked up by their key, and a pass ends when the list
+/// has changed.
 class ServerList : public std::enable_shared_from_this<ServerList> {
 public:
     explicit ServerList(Console& console) : m_console(&console) {}
     /// The console goes: walks that are still under way end.
     void Detach() { m_console = nullptr; }
 
-    /// Fills the main list and starts the walk that pings each server.
+    /// Fills the main list and starts the pass that pings each server.
     void ListServers();
     /// Renews one row from its host message, the ping and the service's state.
     void RefreshServerRow(const std::string& key);
     /// tmrTasks: starts a pass over the rows, which runs after this call. A pass that is still
     /// under way goes on instead.
     void RefreshServerTasks();
+    /// The row's service runs, as far as the list knows; false where there is no such row.
+    bool Running(const std::string& key) const;
     /// Shows a service state in the row's image.
     void ShowState(const std::string& key, SvcState state);
 
 private:
-    /// What a walk does with a row; false ends it.
-    using Step = bool (ServerList::*)(const std::string& key);
-    void startWalk(Step step);
-    void runWalk(uint64_t walk, Step step);
+    struct Server {
+        std::string key; // of its row
+        std::string name;
+    };
+    /// One pass over the rows.
+    struct Pass {
+        uint64_t list = 0;           // the number of the list that it is over
+        bool tasks = false;          // it keeps the tasks current, too
+        size_t open = 0;             // servers that aren't done yet
+        size_t asked = 0;            // services that are being asked
+        std::deque<Server> answered; // whose service is still to be asked
+    };
+    using PassPtr = std::shared_ptr<Pass>;
+    void startPass(bool tasks);
+    void runPass(const PassPtr& pass);
+    void ping(const PassPtr& pass, std::vector<Server> servers);
+    void onPing(const PassPtr& pass, const Server& server, const PingReport& report);
+    void askServices(const PassPtr& pass);
+    void onService(const PassPtr& pass, const std::string& key, SvcState state);
+    void rowDone(const PassPtr& pass, const std::string& key);
+    bool current(const PassPtr& pass) const;
     bool stuck() const;
-    bool current(uint64_t list) const;
+    /// Does what an answer brings, but not at once: answers come in bursts, and no turn of the
+    /// event loop is to be long. A failure is logged.
+    void later(std::function<void()> work);
+    void workOff();
+    void postWork();
 
     std::string fill();
     void addRow(RDOMessage& host, std::string_view defaultPolling);
-    bool probe(const std::string& key);
-    bool refreshTask(const std::string& key);
+    void probe(const std::string& key);
+    void showSilent(const std::string& key);
     void showTask(const std::string& key);
     void fitTexts(const ListRow& row);
     const ListRow* find(const std::string& key) const;
@@ -54,8 +81,8 @@ private:
     void change(const std::string& key, const std::function<void(ListRow&)>& edit);
 
     Console* m_console;
-    uint64_t m_walk = 0; // number of the newest walk
-    bool m_walking = false;
+    PassPtr m_pass; // that is under way
+    std::deque<std::function<void()>> m_work;
     std::chrono::sys_seconds m_lastStep{};
     size_t m_widestTask = 0; // bytes of the longest texts that the columns were fitted to
     size_t m_widestDetail = 0;

@@ -67,6 +67,10 @@ RDOMessagePtr FindReportingServer(AgentSession& session) {
     return nullptr;
 }
 
+void LogSilence(AgentSession& session, const std::string& name, const PingReport& report) {
+    session.log("PingHost:" + pingFailure(report, name));
+}
+
 bool PingHost(AgentSession& session, std::string_view host) {
     const std::string name(host);
     Shell& shell = session.platform.shell;
@@ -74,7 +78,7 @@ bool PingHost(AgentSession& session, std::string_view host) {
         [&] {
             if (shell.Ping(name))
                 return true;
-            session.log("PingHost:" + pingFailure(shell.LastPing(), name));
+            LogSilence(session, name, shell.LastPing());
             return false;
         },
         [&](const Trapped& trapped) { session.log("PingHost:" + trapped.text()); });

@@ -6,6 +6,7 @@
 
 #include "core/AgentSession.h"
 #include "core/ListModel.h"
+#include "platform/shell/Shell.h"
 
 /// Agent servers by their host messages, and what the console asks of their services.
 namespace kr {
@@ -26,6 +27,8 @@ RDOMessagePtr FindReportingServer(AgentSession& session);
 /// True when the host answered an ICMP echo within 2000 ms; why it didn't goes into the log. Events
 /// run meanwhile.
 bool PingHost(AgentSession& session, std::string_view host);
+/// Writes into the log how a ping failed.
+void LogSilence(AgentSession& session, const std::string& name, const PingReport& report);
 /// Ends the agent's process on a machine ("" is this computer); true when there was one.
 bool KillAgent(AgentSession& session, std::string_view machine);
 

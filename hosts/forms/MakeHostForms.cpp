@@ -7,7 +7,7 @@
 
 namespace kr {
 
-HostForms MakeHostForms(AgentSession& session, std::function<QWidget*()> parent) {
+HostForms MakeHostForms(AgentSession& session, const std::function<QWidget*()>& parent) {
     HostForms forms;
     forms.frmHost = [&session, parent](const EntryID& host) {
         frmHost form(session, host, parent());
@@ -15,9 +15,10 @@ HostForms MakeHostForms(AgentSession& session, std::function<QWidget*()> parent)
             form.exec();
         return form.saved();
     };
-    forms.frmTasks = [&session, parent](const EntryID& host, const std::string& name, bool running,
+    forms.frmTasks = [&session, parent](const EntryID& host, const std::string& name,
+                                        std::function<bool()> running,
                                         std::function<void()> refreshRow) {
-        frmTasks(session, host, name, running, std::move(refreshRow), parent()).exec();
+        frmTasks(session, host, name, std::move(running), std::move(refreshRow), parent()).exec();
     };
     forms.frmServiceStatus = [&session, parent](const std::string& machine, SvcState target,
                                                 const std::string& caption) {

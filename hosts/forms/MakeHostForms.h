@@ -8,6 +8,6 @@ class QWidget;
 namespace kr {
 
 /// The real dialogs of agent servers, each over the window that `parent` names then.
-HostForms MakeHostForms(AgentSession& session, std::function<QWidget*()> parent);
+HostForms MakeHostForms(AgentSession& session, const std::function<QWidget*()>& parent);
 
 } // namespace kr

@@ -30,13 +30,13 @@ constexpr int kMargin = 40; // pixels that the two date columns leave to the fir
 
 } // namespace
 
-frmTasks::frmTasks(AgentSession& session, EntryID host, const std::string& name, bool running,
-                   std::function<void()> refreshRow, QWidget* parent)
+frmTasks::frmTasks(AgentSession& session, EntryID host, std::string name,
+                   std::function<bool()> running, std::function<void()> refreshRow, QWidget* parent)
     : QDialog(parent), m_ui(std::make_unique<::Ui::frmTasks>()), m_session(session),
-      m_id(std::move(host)), m_refreshRow(std::move(refreshRow)) {
+      m_id(std::move(host)), m_name(std::move(name)), m_running(std::move(running)),
+      m_refreshRow(std::move(refreshRow)) {
     m_ui->setupUi(this);
-    m_ui->lblServer->setText(FromUtf8(name) +
-                             (running ? QString() : tr(" (the service is not running)")));
+    showServer();
     m_list.SetColumns({{"Task", ""}, {"Last Run", "dateLast"}, {"Next Run", "dateNext"}});
     m_adapter = std::make_unique<ListAdapter>(m_list);
     m_ui->lvwTasks->setModel(m_adapter.get());
@@ -107,6 +107,14 @@ void frmTasks::ShowTasks() {
         m_showing = false;
 }
 
+void frmTasks::showServer() {
+    const bool running = m_running && m_running();
+    const QString text =
+        FromUtf8(m_name) + (running ? QString() : tr(" (the service is not running)"));
+    if (m_ui->lblServer->text() != text)
+        m_ui->lblServer->setText(text);
+}
+
 /// A message that can't be read looks like an idle server.
 void frmTasks::showCurrent(RDOMessage* host) {
     TaskState state{"", "Current Task: None", "Abort Task"};
@@ -127,6 +135,7 @@ void frmTasks::showCurrent(RDOMessage* host) {
 
 /// The change notification of the host message.
 void frmTasks::onPoll() {
+    showServer();
     const StoreChanges news =
         Trap([&] { return m_session.rdo ? m_session.rdo->PollChanges() : StoreChanges(); },
              [&](const Trapped& trapped) {

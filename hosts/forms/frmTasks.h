@@ -22,8 +22,9 @@ class ListAdapter;
 class frmTasks : public QDialog {
     Q_OBJECT
 public:
-    /// `refreshRow` renews the server's row in the main list.
-    frmTasks(AgentSession& session, EntryID host, const std::string& name, bool running,
+    /// `running` says whether the server's service runs, which an agent that has died can't;
+    /// `refreshRow` renews its row in the main list.
+    frmTasks(AgentSession& session, EntryID host, std::string name, std::function<bool()> running,
              std::function<void()> refreshRow, QWidget* parent = nullptr);
     ~frmTasks() override;
 
@@ -38,6 +39,7 @@ protected:
 private:
     void makeTimer(QTimer& timer, const char* name, int interval);
     void fitColumns();
+    void showServer();
     void showCurrent(RDOMessage* host);
     void onPoll();
     bool isHost(const EntryID& id) const;
@@ -48,6 +50,8 @@ private:
     std::unique_ptr<::Ui::frmTasks> m_ui;
     AgentSession& m_session;
     EntryID m_id;
+    std::string m_name;
+    std::function<bool()> m_running;
     std::function<void()> m_refreshRow;
     RDOMessagePtr m_host; // msgHost
     ListModel m_list;

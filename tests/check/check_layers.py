@@ -9,7 +9,7 @@ SUBSYSTEMS = {"core", "console", "contacts", "eps", "hosts", "handhelds", "push"
 VOCABULARY = {"core/Value.h", "core/Text.h", "core/EntryID.h", "core/PlatformError.h",
               "core/Clock.h"}
 # whose recipient lists other dialogs show
-SHARED_FORMS = {"push": ("contacts",)}
+SHARED_FORMS = {"eps": ("contacts",), "push": ("contacts",)}
 # the Qt-free parts of app/
 CTL = ("app/sample/", "app/ctl/", "app/kr-adminctl.cpp")
 INCLUDE = re.compile(r'^\s*#\s*include\s+(?:"([^"]+)"|<([^>]+)>)', re.M)

@@ -19,6 +19,8 @@ public:
     PingReport last;
     /// Runs while a ping waits.
     std::function<void(std::string_view host)> onPing;
+    /// The answers to PingAll wait for Release, as those of a network do.
+    bool hold = false;
 
     bool Ping(std::string_view host) override {
         pinged.emplace_back(host);
@@ -29,6 +31,29 @@ public:
         return answers;
     }
     PingReport LastPing() const override { return last; }
+    void PingAll(const std::vector<std::string>& hosts, const PingDone& done) override {
+        if (!hold)
+            return Shell::PingAll(hosts, done);
+        for (size_t i = 0; i < hosts.size(); ++i) {
+            pinged.push_back(hosts[i]);
+            m_held.emplace_back(hosts[i], [=, name = hosts[i], this] {
+                done(i,
+                     silent.contains(name) ? PingReport{PingOutcome::TimedOut, 0} : PingReport{});
+            });
+        }
+    }
+    /// Lets the answers of that host come; of all where none is named.
+    void Release(std::string_view host = {}) {
+        auto held = std::exchange(m_held, {});
+        for (auto& [name, answer] : held)
+            if (host.empty() || name == host)
+                answer();
+            else
+                m_held.emplace_back(name, answer);
+    }
+
+private:
+    std::vector<std::pair<std::string, std::function<void()>>> m_held;
 };
 
 inline Time at(int year, unsigned month, unsigned day, int hour = 0, int minute = 0) {
@@ -59,6 +84,13 @@ private:
     World& m_world;
 };
 
+/// As many turns as a pass over the servers takes whose answers are there.
+inline void RunTurns(Events& events) {
+    constexpr int kTurns = 60;
+    for (int i = 0; i < kTurns; ++i)
+        events.Run(std::chrono::milliseconds(0));
+}
+
 /// A console with the kinds of servers, scripted dialogs and a network of its own.
 class HostConsoleTest : public ::testing::Test {
 protected:
@@ -75,9 +107,10 @@ protected:
             shown.push_back("frmHost " + id.text());
             return hostSaved;
         };
-        forms.frmTasks = [this](const EntryID& id, const std::string& name, bool running,
+        forms.frmTasks = [this](const EntryID& id, const std::string& name,
+                                const std::function<bool()>& running,
                                 std::function<void()> refresh) {
-            shown.push_back("frmTasks " + id.text() + " " + name + (running ? " on" : " off"));
+            shown.push_back("frmTasks " + id.text() + " " + name + (running() ? " on" : " off"));
             refresh();
         };
         forms.frmServiceStatus = [this](const std::string& machine, SvcState target,
@@ -97,7 +130,12 @@ protected:
         console->GoToNode("serverroot");
         runEvents();
     }
-    void runEvents() { world.events->Run(std::chrono::milliseconds(0)); }
+    void runEvents() { RunTurns(*world.events); }
+    /// Lets the answers to pings come, see PingShell.
+    void release(std::string_view host = {}) {
+        shell.Release(host);
+        runEvents();
+    }
     void tick() {
         console->TaskTick();
         runEvents();

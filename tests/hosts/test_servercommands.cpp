@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "core/basRegistry.h"
 #include "core/basService.h"
 #include "tests/hosts/HostTest.h"
 
@@ -223,6 +224,36 @@ TEST_F(ServerCommands, EPSSendsWhatItsDialogSays) {
     world.ui.Expect("SSU is currently running SRVA. \nPlease try again later.");
     run("mnuServerEPSNow");
     EXPECT_EQ(world.services.sent.size(), 2U);
+}
+
+TEST_F(ServerCommands, EPSSeesToTheProfilesOfMailboxesBeforeItsCodeGoesOut) {
+    RegWrite(*world.registry, Hive::LocalMachine, "Software\\zandrel\\zandrelAgent",
+             "EPS.CreateMbxProfiles", int32_t{1});
+    world.session->users = std::make_shared<Recordset>(
+        std::vector<Field>{{"Email"}, {"EX_Server"}, {"State", FieldType::Integer}});
+    const auto addUser = [this](const char* email, int32_t state) {
+        world.session->users->AddNew();
+        world.session->users->Set("Email", email);
+        world.session->users->Set("EX_Server", "MAIL01");
+        world.session->users->Set("State", state);
+    };
+    addUser("alice@example.test", 1);
+    addUser("bob@example.test", -1); // deleted
+    int answer = 0;
+    forms.frmEPSNow = [&](const EntryID&) { return answer; };
+    open();
+    run("mnuServerEPSNow");
+    EXPECT_FALSE(world.logHas("CheckMbxProfiles:"));
+    answer = 200;
+    run("mnuServerEPSNow");
+    const std::string log = world.log();
+    const size_t launched = log.find("Launching EPS Now on SRVA");
+    const size_t checked = log.find("CheckMbxProfiles:calling CreateExProfile for alice@");
+    EXPECT_NE(launched, std::string::npos);
+    EXPECT_NE(checked, std::string::npos);
+    EXPECT_LT(launched, checked);
+    EXPECT_FALSE(world.logHas("CreateExProfile for bob"));
+    EXPECT_THAT(world.services.sent, ElementsAre(Sent{"SRVA", "zandrelAgent", 200}));
 }
 
 TEST_F(ServerCommands, EndTaskSendsItsCode) {

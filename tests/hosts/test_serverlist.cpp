@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <chrono>
-
 #include "core/basDate.h"
 #include "hosts/ServerList.h"
 #include "tests/hosts/HostTest.h"
@@ -213,87 +211,99 @@ TEST_F(ServerListTest, NothingIsRefreshedElsewhere) {
     EXPECT_TRUE(shell.pinged.empty());
 }
 
-TEST_F(ServerListTest, TheWalkEndsWhenTheListIsLeft) {
-    console->GoToNode("serverroot");
-    shell.onPing = [this](std::string_view) { console->GoToNode("mclf"); };
-    runEvents();
-    EXPECT_EQ(shell.pinged.size(), 1U);
-    EXPECT_EQ(console->list().Count(), 0U);
+TEST_F(ServerListTest, AllAreAskedAtOnceAndShownAsTheyAnswer) {
+    shell.hold = true;
+    showServers();
+    EXPECT_THAT(shell.pinged, ElementsAre("SRVA", "SRVB"));
+    release("SRVB");
+    EXPECT_EQ(row(b).icon, "imgServerOn"); // whoever is still silent holds up nobody
+    EXPECT_EQ(row(a).icon, "imgServerUnknown");
+    EXPECT_EQ(row(a).tag, "server");
+    shell.silent = {"SRVA"};
+    release();
+    EXPECT_EQ(row(a).tag, "serverNoPing");
 }
 
-TEST_F(ServerListTest, TheWalkEndsWhenTheListIsBuiltAnew) {
-    console->GoToNode("serverroot");
-    bool once = false;
-    shell.onPing = [&](std::string_view) {
-        if (!std::exchange(once, true))
-            console->RefreshView();
-    };
-    runEvents(); // the first row of the old list, then all of the new one
+TEST_F(ServerListTest, ThePassEndsWhenTheListIsLeft) {
+    shell.hold = true;
+    showServers();
+    console->GoToNode("mclf");
+    shell.silent = {"SRVB"};
+    release();
+    EXPECT_EQ(console->list().Count(), 0U);
+    EXPECT_FALSE(world.logHas("PingHost:"));
+}
+
+TEST_F(ServerListTest, ThePassEndsWhenTheListIsBuiltAnew) {
+    shell.hold = true;
+    showServers();
+    console->RefreshView();
+    shell.silent = {"SRVA"};
+    release();
+    EXPECT_EQ(row(a).tag, "server"); // what the old pass hears is nothing to the new list
+    EXPECT_EQ(row(b).icon, "imgServerUnknown");
+    shell.silent.clear();
     runEvents();
-    EXPECT_THAT(shell.pinged, ElementsAre("SRVA", "SRVA", "SRVB"));
+    EXPECT_THAT(shell.pinged, ElementsAre("SRVA", "SRVB", "SRVA", "SRVB"));
+    release();
+    EXPECT_EQ(row(a).icon, "imgServerOn");
     EXPECT_EQ(row(b).icon, "imgServerOn");
 }
 
 TEST_F(ServerListTest, ARowThatIsDeletedDuringThePassIsSkipped) {
     showServers();
     shell.pinged.clear();
-    shell.onPing = [this](std::string_view host) {
-        if (host == "SRVA")
-            console->list().Remove(console->list().Find(b.text()));
-    };
+    shell.hold = true;
     tick();
-    EXPECT_THAT(shell.pinged, ElementsAre("SRVA"));
+    console->list().Remove(console->list().Find(b.text()));
+    hosts.Set(a, "CurrentTask", "EPS");
+    release();
+    EXPECT_EQ(row(a).texts[kServerTask], "EPS");
+    EXPECT_EQ(console->list().Count(), 1U);
+    tick(); // the pass has come to its end
+    EXPECT_THAT(shell.pinged, ElementsAre("SRVA", "SRVB", "SRVA"));
 }
 
 TEST_F(ServerListTest, ThePassDoesNotEnterItself) {
     showServers();
-    int depth = 0;
-    int deepest = 0;
     shell.pinged.clear();
-    shell.onPing = [&](std::string_view) {
-        deepest = std::max(deepest, ++depth);
-        tick(); // the timer and the events of the waiting loop
-        --depth;
-    };
+    shell.hold = true;
     tick();
-    EXPECT_EQ(deepest, 1);
+    tick();
     EXPECT_EQ(shell.pinged.size(), 2U);
-    shell.onPing = nullptr;
+    release("SRVA");
+    tick(); // one is still awaited
+    EXPECT_EQ(shell.pinged.size(), 2U);
+    release();
     tick(); // and the next one comes
     EXPECT_EQ(shell.pinged.size(), 4U);
 }
 
-TEST_F(ServerListTest, ThePassTakesOverFromOneBelowADialog) {
+TEST_F(ServerListTest, ThePassTakesOverFromOneThatHasLostAnAnswer) {
     showServers();
     shell.pinged.clear();
-    shell.onPing = [&](std::string_view) {
-        if (shell.pinged.size() > 1)
-            return;
-        world.clock.Advance(std::chrono::seconds(5)); // a ping and a query may take so long
-        tick();
-        EXPECT_EQ(shell.pinged.size(), 1U);
-        world.clock.Advance(std::chrono::seconds(2));
-        tick();
-        EXPECT_EQ(shell.pinged.size(), 3U);
-    };
+    shell.hold = true;
     tick();
-    // the one below has ended with its row
-    EXPECT_THAT(shell.pinged, ElementsAre("SRVA", "SRVA", "SRVB"));
+    world.clock.Advance(std::chrono::seconds(5)); // a ping and a query may take so long
     tick();
-    EXPECT_EQ(shell.pinged.size(), 5U);
+    EXPECT_EQ(shell.pinged.size(), 2U);
+    world.clock.Advance(std::chrono::seconds(2));
+    tick();
+    EXPECT_EQ(shell.pinged.size(), 4U);
+    release(); // those of the old one, too, which change nothing
+    EXPECT_EQ(row(a).icon, "imgServerOn");
+    tick();
+    EXPECT_EQ(shell.pinged.size(), 6U);
 }
 
 TEST_F(ServerListTest, ASetBackClockDoesNotStopTheRefresh) {
     showServers();
     shell.pinged.clear();
-    shell.onPing = [&](std::string_view) {
-        if (shell.pinged.size() > 1)
-            return;
-        world.clock.Advance(std::chrono::hours(-1));
-        tick();
-    };
+    shell.hold = true;
     tick();
-    EXPECT_EQ(shell.pinged.size(), 3U);
+    world.clock.Advance(std::chrono::hours(-1));
+    tick();
+    EXPECT_EQ(shell.pinged.size(), 4U);
 }
 
 TEST_F(ServerListTest, ARowErrorIsLoggedAndTheListGoesOn) {
@@ -327,65 +337,132 @@ TEST_F(ServerListTest, NothingHappensAfterTheConsoleHasGone) {
     EXPECT_TRUE(shell.pinged.empty());
 }
 
-// --- the window while many servers are silent
+// --- many servers
 
-/// Pings that take their time, running events as the real ones do.
-class SlowShell : public PingShell {
+/// Service managers that answer when they are told to.
+class SlowServices : public FakeServices {
 public:
-    Events* events = nullptr;
-    Ui* ui = nullptr;
-    std::chrono::milliseconds wait{20};
-    bool Ping(std::string_view host) override {
-        const bool answers = !host.ends_with("odd");
-        const auto end = std::chrono::steady_clock::now() + (answers ? wait / 10 : wait);
-        while (std::chrono::steady_clock::now() < end) {
-            events->Run(std::chrono::milliseconds(5));
-            ui->DoEvents();
-        }
-        return answers;
+    std::vector<std::function<void()>> asked;
+    bool atOnce = false;
+    size_t queries = 0;
+    void Query(std::string_view, std::string_view,
+               std::function<void(SvcState, const std::string&)> done) override {
+        ++queries;
+        if (atOnce)
+            done(SvcState::Running, {});
+        else
+            asked.push_back([done = std::move(done)] { done(SvcState::Running, {}); });
     }
 };
 
-TEST(ServerListLoad, TwoHundredServersHalfOfThemSilentLeaveTheWindowAnswering) {
-    using Clock = std::chrono::steady_clock;
-    World world;
-    SlowShell shell;
-    shell.events = world.events.get();
-    shell.ui = &world.ui;
-    Platform platform{*world.store,   *world.registry, world.ui,   *world.events,
-                      world.services, world.directory, shell,      world.database,
-                      world.http,     world.secrets,   world.clock};
-    world.session = std::make_unique<AgentSession>(platform, world.logPath());
-    world.LogOnConfigured();
-    world.services.states["zandrelAgent"] = SvcState::Running;
-    Hosts hosts(world);
-    for (int i = 0; i < 200; ++i)
-        hosts.Add("SRV" + std::to_string(i) + (i % 2 ? "odd" : ""));
-    FakeView view;
-    Console console(*world.session, view);
-    view.console = &console;
-    RegisterHostKinds(console, {});
-    console.LoadTreeRoot();
-    // from one turn of the window to the next
-    Clock::duration longest{};
-    Clock::time_point last = Clock::now();
-    world.ui.onDoEvents = [&] {
-        longest = std::max(longest, Clock::now() - last);
-        last = Clock::now();
-    };
-    console.GoToNode("serverroot");
-    last = Clock::now();
-    for (int i = 0; i < 3; ++i) {
-        world.events->Run(std::chrono::milliseconds(0));
-        console.TaskTick();
+class ManyServers : public ::testing::Test {
+protected:
+    ManyServers() {
+        world.session = std::make_unique<AgentSession>(platform, world.logPath());
+        world.LogOnConfigured();
+        for (int i = 0; i < 200; ++i) {
+            const std::string name = "SRV" + std::to_string(i) + (i % 2 ? "odd" : "");
+            hosts.Add(name);
+            if (i % 2)
+                shell.silent.insert(name);
+        }
+        console = std::make_unique<Console>(*world.session, view);
+        view.console = console.get();
+        RegisterHostKinds(*console, {});
+        console->LoadTreeRoot();
+        shell.hold = true;
+        console->GoToNode("serverroot");
+        RunTurns(*world.events);
     }
-    int silent = 0;
-    for (size_t i = 0; i < console.list().Count(); ++i)
-        silent += console.list().At(i).tag == kServerNoPing;
-    EXPECT_EQ(silent, 100);
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(longest).count();
-    RecordProperty("longest_ms", static_cast<int>(ms));
-    EXPECT_LT(ms, 50);
+    size_t tagged(std::string_view tag) {
+        size_t found = 0;
+        for (size_t i = 0; i < console->list().Count(); ++i)
+            found += console->list().At(i).tag == tag;
+        return found;
+    }
+    size_t imaged(std::string_view icon) {
+        size_t found = 0;
+        for (size_t i = 0; i < console->list().Count(); ++i)
+            found += console->list().At(i).icon == icon;
+        return found;
+    }
+
+    World world;
+    PingShell shell;
+    SlowServices services;
+    Platform platform{*world.store, *world.registry, world.ui,   *world.events,
+                      services,     world.directory, shell,      world.database,
+                      world.http,   world.secrets,   world.clock};
+    Hosts hosts{world};
+    FakeView view;
+    std::unique_ptr<Console> console;
+};
+
+TEST_F(ManyServers, AreAllPingedBeforeOneHasAnswered) {
+    EXPECT_EQ(shell.pinged.size(), 200U);
+    shell.Release();
+    RunTurns(*world.events);
+    EXPECT_EQ(tagged(kServerNoPing), 100U);
+}
+
+TEST_F(ManyServers, HaveTheirServicesAskedAFewAtOnce) {
+    shell.Release();
+    RunTurns(*world.events);
+    EXPECT_EQ(services.asked.size(), 32U);
+    for (size_t i = 0; i < services.asked.size(); ++i) {
+        EXPECT_LE(services.asked.size(), i + 32U);
+        std::exchange(services.asked[i], {})();
+        RunTurns(*world.events);
+    }
+    EXPECT_EQ(services.asked.size(), 100U);
+    EXPECT_EQ(imaged(kServerOn), 100U);
+    shell.pinged.clear();
+    console->TaskTick();
+    RunTurns(*world.events);
+    EXPECT_EQ(shell.pinged.size(), 100U); // the silent ones no more
+}
+
+TEST_F(ManyServers, AnswersThatComeAtOnceAreWorkedOffInTurns) {
+    shell.Release();
+    RunTurns(*world.events);
+    for (size_t i = 0; i < services.asked.size(); ++i)
+        if (auto answer = std::exchange(services.asked[i], {})) {
+            answer();
+            RunTurns(*world.events);
+        }
+    ASSERT_EQ(imaged(kServerOn), 100U);
+    services.asked.clear();
+    services.atOnce = true;
+    console->TaskTick();
+    world.events->Run(std::chrono::milliseconds(0)); // the pass begins
+    shell.Release();
+    int turns = 0;
+    auto longest = std::chrono::steady_clock::duration::zero();
+    for (const auto before = services.queries; services.queries - before < 100; ++turns) {
+        ASSERT_LT(turns, 1000);
+        const auto start = std::chrono::steady_clock::now();
+        world.events->Run(std::chrono::milliseconds(0));
+        longest = std::max(longest, std::chrono::steady_clock::now() - start);
+    }
+    std::printf("%d turns, longest %.1f ms\n", turns,
+                std::chrono::duration<double, std::milli>(longest).count());
+    EXPECT_GT(turns, 1);
+}
+
+TEST_F(ManyServers, AServiceThatNeverAnswersEndsNoPassForEver) {
+    shell.Release();
+    RunTurns(*world.events);
+    shell.pinged.clear();
+    console->TaskTick();
+    RunTurns(*world.events);
+    EXPECT_EQ(shell.pinged.size(), 0U);
+    world.clock.Advance(std::chrono::seconds(6));
+    services.asked.clear();
+    console->TaskTick();
+    RunTurns(*world.events);
+    // their images are still unknown: they are asked for their services without a ping
+    EXPECT_EQ(shell.pinged.size(), 0U);
+    EXPECT_EQ(services.asked.size(), 32U);
 }
 
 } // namespace

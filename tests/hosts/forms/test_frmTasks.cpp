@@ -32,9 +32,10 @@ protected:
         SetKey(*host, name, value);
         host->Save();
     }
-    void open(bool running = true) {
-        form = std::make_unique<frmTasks>(*world.session, id, "SRVA", running,
-                                          [this] { ++refreshed; });
+    void open(bool runs = true) {
+        running = runs;
+        form = std::make_unique<frmTasks>(
+            *world.session, id, "SRVA", [this] { return running; }, [this] { ++refreshed; });
         form->show();
         ASSERT_TRUE(QTest::qWaitForWindowActive(form.get()));
         ASSERT_TRUE(QTest::qWaitFor([this] { return refreshed > 0; }));
@@ -63,6 +64,7 @@ protected:
     RDOSessionPtr agent;
     std::unique_ptr<frmTasks> form;
     int refreshed = 0;
+    bool running = true;
 };
 
 TEST_F(frmTasksTest, ShowsTheJobsAndNoTask) {
@@ -113,6 +115,18 @@ TEST_F(frmTasksTest, HearsWhatTheAgentWrites) {
     EXPECT_GT(refreshed, before);        // the row in the list
     put("PercentComplete", int32_t{43}); // and the next change
     EXPECT_TRUE(waitFor([this] { return label().contains("43%"); }));
+}
+
+TEST_F(frmTasksTest, TellsOfAServiceThatHasDiedDuringItsTask) {
+    put("CurrentTask", "EPS");
+    open();
+    auto* server = control<QLabel>(form.get(), "lblServer");
+    EXPECT_EQ(server->text(), "SRVA");
+    running = false; // and nobody clears its task
+    EXPECT_TRUE(waitFor([&] { return server->text() == "SRVA (the service is not running)"; }));
+    EXPECT_TRUE(label().startsWith("Current Task: EPS"));
+    running = true;
+    EXPECT_TRUE(waitFor([&] { return server->text() == "SRVA"; }));
 }
 
 TEST_F(frmTasksTest, OtherRecordsAreNoNews) {
@@ -184,12 +198,14 @@ TEST_F(frmTasksTest, AServerThatCannotBeReadLooksIdle) {
 TEST_F(frmTasksTest, TheRowsRefreshDoesNotRebuildBelowItself) {
     int depth = 0;
     int deepest = 0;
-    form = std::make_unique<frmTasks>(*world.session, id, "SRVA", true, [&] {
-        deepest = std::max(deepest, ++depth);
-        form->ShowTasks();
-        --depth;
-        ++refreshed;
-    });
+    form = std::make_unique<frmTasks>(
+        *world.session, id, "SRVA", [] { return true; },
+        [&] {
+            deepest = std::max(deepest, ++depth);
+            form->ShowTasks();
+            --depth;
+            ++refreshed;
+        });
     form->show();
     ASSERT_TRUE(waitFor([this] { return refreshed > 0; }));
     EXPECT_EQ(deepest, 1);
@@ -227,7 +243,8 @@ TEST_F(frmTasksTest, RunsAsADialogOfTheConsole) {
     whenModal("frmTasks", [](QWidget* shown) {
         QTest::mouseClick(control<QPushButton>(shown, "cmdClose"), Qt::LeftButton);
     });
-    forms.frmTasks(id, "SRVA", true, [this] { ++refreshed; });
+    forms.frmTasks(
+        id, "SRVA", [] { return true; }, [this] { ++refreshed; });
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QTest>
 #include <QTreeView>
+#include <ctime>
 
 #include "console/forms/frmFleetMain.h"
 #include "console/kinds/FixedKinds.h"
@@ -18,48 +19,68 @@ namespace {
 
 using namespace kr;
 
-/// Waits as a real ping does, and answers for every second server.
+/// A network that answers for every second server at once and for the others never, as a real one.
 class WaitingShell : public FakeShell {
 public:
-    WaitingShell(Events& events, kr::Ui& ui) : m_events(events), m_ui(ui) {}
-    std::chrono::milliseconds wait{60};
+    explicit WaitingShell(Events& events) : m_events(events) {}
+    std::chrono::milliseconds wait{2000};
     int pings = 0;
 
     bool Ping(std::string_view host) override {
         ++pings;
-        const bool answers = !host.ends_with("odd");
-        const auto end = std::chrono::steady_clock::now() + (answers ? wait / 30 : wait);
-        while (std::chrono::steady_clock::now() < end) {
-            m_events.Run(std::chrono::milliseconds(10));
-            m_ui.DoEvents();
+        return !host.ends_with("odd");
+    }
+    void PingAll(const std::vector<std::string>& hosts, const PingDone& done) override {
+        pings += static_cast<int>(hosts.size());
+        for (size_t i = 0; i < hosts.size(); ++i) {
+            const bool answers = !hosts[i].ends_with("odd");
+            const auto id = std::make_shared<Events::Id>();
+            *id = m_events.AddTimer(answers ? std::chrono::milliseconds(2) : wait, [=, this] {
+                m_events.Cancel(*id);
+                done(i, answers ? PingReport{} : PingReport{PingOutcome::TimedOut, 0});
+            });
         }
-        return answers;
     }
 
 private:
     Events& m_events;
-    kr::Ui& m_ui;
 };
 
-/// How long the window was silent between two beats of its own.
+/// How long the window was silent between two beats of its own: by the clock, and by the work that
+/// this program did meanwhile, which other programs don't lengthen.
 class Heartbeat {
 public:
     Heartbeat() {
         m_since.start();
-        QObject::connect(&m_timer, &QTimer::timeout,
-                         [this] { m_gaps.push_back(m_since.restart()); });
+        m_worked = worked();
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            m_gaps.push_back(m_since.restart());
+            const double now = worked();
+            m_busiest = std::max(m_busiest, now - std::exchange(m_worked, now));
+        });
         m_timer.start(5);
     }
-    std::vector<qint64> sorted() const {
+    /// Milliseconds that all but this share of the gaps took.
+    qint64 Usual(double share) const {
         auto gaps = m_gaps;
         std::ranges::sort(gaps);
-        return gaps;
+        return gaps.at(static_cast<size_t>(static_cast<double>(gaps.size() - 1) * share));
     }
+    qint64 Longest() const { return Usual(1); }
+    double Busiest() const { return m_busiest; }
+    size_t Beats() const { return m_gaps.size(); }
 
 private:
+    static double worked() {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+    }
     QTimer m_timer;
     QElapsedTimer m_since;
     std::vector<qint64> m_gaps;
+    double m_worked = 0;
+    double m_busiest = 0;
 };
 
 class ServerWindow : public ::testing::Test {
@@ -78,23 +99,43 @@ protected:
     void addServers(int count) {
         for (int i = 0; i < count; ++i) {
             const std::string number = std::to_string(1000 + i);
-            hosts.Add("SRV" + number + (i % 2 ? "odd" : ""));
+            ids.push_back(hosts.Add("SRV" + number + (i % 2 ? "odd" : "")));
         }
     }
-    int silent() {
+    template <class Is>
+    int rowsThat(Is is) {
         int count = 0;
         for (size_t i = 0; i < console().list().Count(); ++i)
-            count += console().list().At(i).tag == kServerNoPing;
+            count += is(console().list().At(i));
         return count;
+    }
+    int silent() {
+        return rowsThat([](const ListRow& row) { return row.tag == kServerNoPing; });
+    }
+    int running() {
+        return rowsThat([](const ListRow& row) { return row.icon == kServerOn; });
+    }
+    int working() {
+        return rowsThat([](const ListRow& row) { return row.texts[kServerTask] == "EPS"; });
+    }
+    static void report(const char* what, const Heartbeat& beat, qint64 took) {
+        std::printf("%s: %lld ms, %zu beats, 99%% within %lld ms, longest %lld ms, busiest %.1f "
+                    "ms\n",
+                    what, static_cast<long long>(took), beat.Beats(),
+                    static_cast<long long>(beat.Usual(0.99)),
+                    static_cast<long long>(beat.Longest()), beat.Busiest());
+        EXPECT_LE(beat.Usual(0.99), 50) << what;
+        EXPECT_LE(beat.Busiest(), 50) << what;
     }
     Console& console() { return window.console(); }
 
     World world;
     Hosts hosts{world};
+    std::vector<EntryID> ids;
     QtUi ui;
     EpollEvents events;
     QtEventsBridge bridge{events};
-    WaitingShell shell{events, ui};
+    WaitingShell shell{events};
     Platform platform{*world.store,   *world.registry, ui,         events,
                       world.services, world.directory, shell,      world.database,
                       world.http,     world.secrets,   world.clock};
@@ -109,16 +150,21 @@ TEST_F(ServerWindow, AnswersWhileTwoHundredServersArePinged) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
     console().GoToNode("serverroot");
     EXPECT_EQ(console().list().Count(), 200U);
-    Heartbeat beat;
-    ASSERT_TRUE(QTest::qWaitFor([this] { return silent() == 100; }, 60000));
-    const auto gaps = beat.sorted();
-    ASSERT_GT(gaps.size(), 100U);
-    const qint64 usual = gaps[gaps.size() * 95 / 100];
-    RecordProperty("gap_95", static_cast<int>(usual));
-    RecordProperty("gap_longest", static_cast<int>(gaps.back()));
-    std::printf("gaps: %zu, 95%%: %lld ms, longest %lld ms\n", gaps.size(),
-                static_cast<long long>(usual), static_cast<long long>(gaps.back()));
-    EXPECT_LE(usual, 50);
+    QElapsedTimer pass;
+    pass.start();
+    Heartbeat first;
+    ASSERT_TRUE(QTest::qWaitFor([this] { return silent() == 100 && running() == 100; }, 60000));
+    const qint64 took = pass.elapsed();
+    report("the first pass", first, took);
+    EXPECT_LT(took, 5000);
+    // the servers work, and the refresh shows it
+    for (const auto& id : ids)
+        hosts.Set(id, "CurrentTask", "EPS");
+    Heartbeat second;
+    pass.restart();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return working() == 100; }, 60000));
+    report("a refresh", second, pass.elapsed());
+    EXPECT_LT(pass.elapsed(), 6000); // the timer ticks every 2 seconds
 }
 
 class ServerWindowRow : public ServerWindow {
