@@ -2,12 +2,11 @@
 
 #include <algorithm>
 
-#include "console/Console.h"
 #include "console/ListCounts.h"
 #include "contacts/basActivation.h"
-#include "core/Trap.h"
 #include "core/basStore.h"
 #include "handhelds/basHandhelds.h"
+#include "push/ListCommands.h"
 #include "push/basMBL.h"
 
 namespace kr {
@@ -28,22 +27,12 @@ std::vector<ListColumn> columns() {
             {"Est. Targets", "inttargets"}, {"Last Push", "datlastpush"}, {"URL", "txturl"}};
 }
 
-bool isShown(const Console& console) {
-    return std::ranges::find(kNodes, console.CurrentTag()) != std::end(kNodes);
-}
+void LvLoadBrowserLists(Console& console);
 
-bool isList(const ListRow& row) { return row.tag == kChannelTag || row.tag == kMessageTag; }
-
-/// The selected rows, copied: questions let events run.
-std::vector<ListRow> selectedRows(const Console& console) {
-    std::vector<ListRow> rows;
-    for (const ListRow* row : console.SelectedRows())
-        if (isList(*row))
-            rows.push_back(*row);
-    return rows;
-}
-
-std::string nameOf(const ListRow& row) { return row.texts.empty() ? "" : row.texts.front(); }
+constexpr PushListKind kLists{
+    [](std::string_view tag) { return std::ranges::find(kNodes, tag) != std::end(kNodes); },
+    [](std::string_view tag) { return tag == kChannelTag || tag == kMessageTag; },
+    LvLoadBrowserLists, BrowserListRow};
 
 // --- the list
 
@@ -56,18 +45,7 @@ std::string fillLists(Console& console) {
     }
     const auto ids = GetMessageIDs(session, *folder, kMblClass, "");
     session.log("loading all browser lists, count: " + std::to_string(ids.size()));
-    for (const EntryID& id : ids) {
-        if (console.LoadOvertaken())
-            break;
-        const auto row = Trap(
-            [&]() -> std::optional<ListRow> {
-                const RDOMessagePtr list = GetMessage(session, id);
-                return list ? BrowserListRow(session, *list) : std::nullopt;
-            },
-            [&](const Trapped& error) { session.log("LvLoadBrowserLists: " + error.text()); });
-        if (row)
-            console.AddRow(*row);
-    }
+    AddListRows(console, kLists, ids, "LvLoadBrowserLists");
     return {};
 }
 
@@ -78,40 +56,14 @@ void LvLoadBrowserLists(Console& console) {
                       " lists", fillLists});
 }
 
-/// Shows a row as its record is now.
-void refreshRow(Console& console, const EntryID& id) {
-    if (console.list().Find(id.text()) == ListModel::npos)
-        return;
-    const auto row = TrapSilently([&]() -> std::optional<ListRow> {
-        const RDOMessagePtr list = GetMessage(console.session(), id);
-        return list ? BrowserListRow(console.session(), *list) : std::nullopt;
-    });
-    if (const size_t at = console.list().Find(id.text()); row && at != ListModel::npos)
-        console.list().Change(at, *row);
-    console.UpdateMenu();
-}
-
-void edit(Console& console, const PushForms::Edit& form, const EntryID& record) {
-    const EntryID saved = form ? form(record) : EntryID();
-    if (saved.empty() || !isShown(console))
-        return;
-    const std::string node(console.CurrentTag());
-    LvLoadBrowserLists(console);
-    if (console.CurrentTag() == node)
-        console.GoToRow(saved.text(), node);
-}
-
 // --- the commands
 
 void pushList(Console& console, const PushForms& forms, const ListRow& row) {
     AgentSession& session = console.session();
     const EntryID id(row.key);
-    const std::string name = nameOf(row);
-    if (!GetMessage(session, id)) {
-        session.log("Error retrieving message for list " + name);
-        session.ui().MsgBox("There is a problem accessing " + name, BoxIcon::Exclamation);
+    const std::string name = NameOfList(row);
+    if (!OpenList(session, id, name))
         return;
-    }
     console.ShowStatus("Preparing to push " + name + "...");
     {
         const WaitCursor wait(session.ui());
@@ -122,40 +74,33 @@ void pushList(Console& console, const PushForms& forms, const ListRow& row) {
             const RDOMessagePtr list = GetMessage(session, id);
             return list && PushToList({session, console.tree(), progress}, *list);
         });
-    refreshRow(console, id);
-    if (isShown(console))
-        console.ShowStatus(CountText(Counted::List, static_cast<int64_t>(console.list().Count())));
+    RefreshListRow(console, kLists, id);
 }
 
 void pushSelected(Console& console, const PushForms& forms) {
-    if (const auto rows = selectedRows(console); !rows.empty())
+    if (const auto rows = SelectedLists(console, kLists); !rows.empty())
         pushList(console, forms, rows.front());
 }
 
 void deleteLists(Console& console) {
     AgentSession& session = console.session();
-    for (const ListRow& row : selectedRows(console)) {
-        const std::string question = "Delete " + nameOf(row) + "?";
-        if (session.ui().MsgBox(question, BoxIcon::Question, BoxButtons::YesNo) != BoxAnswer::Yes)
+    for (const ListRow& row : SelectedLists(console, kLists)) {
+        if (!AskToDelete(console, row))
             continue;
         const bool gone = [&] {
             const WaitCursor wait(session.ui());
             return DeleteBrowserList(session, console.tree(), EntryID(row.key));
         }();
-        const size_t at = console.list().Find(row.key);
-        if (!gone || at == ListModel::npos)
-            continue;
-        console.list().Remove(at);
-        console.ShowStatus(CountText(Counted::List, static_cast<int64_t>(console.list().Count())));
-        console.UpdateMenu();
+        if (gone)
+            RemoveListRow(console, EntryID(row.key));
     }
 }
 
 void activateRows(Console& console, bool activate) {
-    for (const ListRow& row : selectedRows(console))
+    for (const ListRow& row : SelectedLists(console, kLists))
         if (row.ghosted == activate &&
-            ChangeActivation(console.session(), EntryID(row.key), nameOf(row), activate))
-            refreshRow(console, EntryID(row.key));
+            ChangeActivation(console.session(), EntryID(row.key), NameOfList(row), activate))
+            RefreshListRow(console, kLists, EntryID(row.key));
 }
 
 // --- the kinds
@@ -183,8 +128,8 @@ public:
 
 private:
     void properties(Console& console) {
-        if (const auto rows = selectedRows(console); !rows.empty())
-            edit(console, m_form, EntryID(rows.front().key));
+        if (const auto rows = SelectedLists(console, kLists); !rows.empty())
+            EditList(console, kLists, m_form, EntryID(rows.front().key));
     }
     PushForms::Edit m_form;
 };
@@ -197,10 +142,10 @@ void RegisterMblKinds(Console& console, const PushForms& forms) {
     console.RegisterKind(std::make_unique<MblRowKind>(kChannelTag, forms.frmBrowserChannel));
     console.RegisterKind(std::make_unique<MblRowKind>(kMessageTag, forms.frmBrowserMessage));
     console.RegisterCommand("mnuBrowserChannelAdd", [form = forms.frmBrowserChannel](Console& c) {
-        edit(c, form, EntryID());
+        EditList(c, kLists, form, EntryID());
     });
     console.RegisterCommand("mnuBrowserMessageAdd", [form = forms.frmBrowserMessage](Console& c) {
-        edit(c, form, EntryID());
+        EditList(c, kLists, form, EntryID());
     });
     console.RegisterCommand("mnuBrowserPush", [forms](Console& c) { pushSelected(c, forms); });
     console.RegisterCommand("mnuBrowserDelete", deleteLists);

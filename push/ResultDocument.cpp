@@ -14,11 +14,19 @@ ResultDocument::ResultDocument(XmlDocument xml) : m_xml(std::move(xml)) {
     for (const XmlNode target : m_xml.FindAll("target"))
         if (const auto pin = target.Attribute("pin"))
             m_targets.emplace(*pin, target);
+    for (const XmlNode link : m_xml.FindAll("link"))
+        if (const auto url = link.Attribute("url"))
+            m_links.emplace(*url, link);
 }
 
 XmlNode ResultDocument::Target(const std::string& pin) {
     const auto found = m_targets.find(pin);
     return found == m_targets.end() ? XmlNode() : found->second;
+}
+
+XmlNode ResultDocument::Link(const std::string& url) {
+    const auto found = m_links.find(url);
+    return found == m_links.end() ? XmlNode() : found->second;
 }
 
 std::optional<ResultDocument> LoadResultDocument(std::string_view body, std::string_view url) {
@@ -71,7 +79,7 @@ void AppendTarget(AgentSession& session, ResultDocument& document, const std::st
 void AppendContentLink(AgentSession& session, ResultDocument& document, const PushContent& content,
                        std::string_view parentUrl) {
     // kept: the parent is looked for as it stands, though addresses are stored escaped
-    XmlNode parent = document.xml().Find("link", "url", parentUrl);
+    XmlNode parent = document.Link(std::string(parentUrl));
     if (!parent)
         parent = document.xml().Find("content");
     if (!parent) {
@@ -81,7 +89,9 @@ void AppendContentLink(AgentSession& session, ResultDocument& document, const Pu
     }
     session.log("AppendContentLink:appending node for " + content.URL());
     XmlNode link = parent.AddChild("link");
-    link.SetAttribute("url", XmlEscape(content.URL()));
+    const std::string url = XmlEscape(content.URL());
+    link.SetAttribute("url", url);
+    document.AddedLink(url, link);
     link.SetAttribute("contentType", content.ContentType);
     link.SetAttribute("bytes", std::to_string(content.Content.size()));
     link.SetAttribute("childLinks", std::to_string(content.ChildLinks().size()));

@@ -28,10 +28,14 @@ public:
     /// The element of that PIN; the first one where several have it.
     XmlNode Target(const std::string& pin);
     void Added(const std::string& pin, XmlNode target) { m_targets.emplace(pin, target); }
+    /// The element of that stored address; the first one where several have it.
+    XmlNode Link(const std::string& url);
+    void AddedLink(const std::string& url, XmlNode link) { m_links.emplace(url, link); }
 
 private:
     XmlDocument m_xml;
-    std::unordered_map<std::string, XmlNode> m_targets; // a look-up for each push would be slow
+    // a search for each push and each page would be slow
+    std::unordered_map<std::string, XmlNode> m_targets, m_links;
 };
 
 /// The document of a list's body with its content emptied for a new push to that URL; the targets

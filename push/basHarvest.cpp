@@ -1,5 +1,6 @@
 #include "push/basHarvest.h"
 
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -13,6 +14,7 @@ namespace {
 
 constexpr size_t kMostLinks = 250; // beside the root
 constexpr int kOk = 200, kUnauthorized = 401;
+constexpr uintmax_t kLongestFile = 64 << 20;
 
 std::string statusOf(const WebRequest& request) {
     return std::to_string(request.Status()) + ":" + request.StatusText();
@@ -62,8 +64,8 @@ bool readPage(const HarvestContext& context, WebRequest& request, PushContent& c
     if (context.progress.Cancelled())
         return false;
     if (!content.ImageLinks.empty())
-        content.ContentKB += GetImageCount(context.session, request, content.ImageLinks);
-    return true;
+        content.ContentKB += GetImageCount(context, request, content.ImageLinks);
+    return !context.progress.Cancelled();
 }
 
 /// What the walk has found so far.
@@ -167,7 +169,7 @@ std::optional<PushContent> FetchContent(const HarvestContext& context, std::stri
     context.progress.ShowStep("Requesting " + address);
     if (context.progress.Cancelled())
         return std::nullopt;
-    const auto webRequest = CreateWebRequest(session, "GET", url);
+    const auto webRequest = CreateWebRequest(session, "GET", url, context.proxy);
     if (!webRequest) {
         session.log("FetchContent:unable to proceed: failed to instantiate WinHttpRequest object");
         return std::nullopt;
@@ -192,10 +194,13 @@ std::optional<PushContent> FetchContent(const HarvestContext& context, std::stri
     return content;
 }
 
-double GetImageCount(AgentSession& session, WebRequest& request,
+double GetImageCount(const HarvestContext& context, WebRequest& request,
                      std::vector<PushContent::Image>& images) {
+    AgentSession& session = context.session;
     double total = 0;
     for (PushContent::Image& image : images) {
+        if (context.progress.Cancelled())
+            break;
         const bool came = TrapSilently([&] {
             request.Open("GET", image.url, false);
             return WaitForWebResponse(session, request);
@@ -212,7 +217,12 @@ double GetImageCount(AgentSession& session, WebRequest& request,
 }
 
 std::optional<PushContent> LoadFileContent(const HarvestContext& context, std::string_view path) {
-    std::ifstream file(pathOfFileUrl(path), std::ios::binary);
+    const std::string name = pathOfFileUrl(path);
+    std::error_code error; // a pipe or a device has no end
+    if (!std::filesystem::is_regular_file(name, error) ||
+        std::filesystem::file_size(name, error) > kLongestFile)
+        return std::nullopt;
+    std::ifstream file(name, std::ios::binary);
     if (!file)
         return std::nullopt;
     PushContent content;
@@ -224,13 +234,16 @@ std::optional<PushContent> LoadFileContent(const HarvestContext& context, std::s
     return content;
 }
 
-std::vector<PushContent> GetPushContent(const HarvestContext& context, std::string_view url,
+std::vector<PushContent> GetPushContent(const HarvestContext& caller, std::string_view url,
                                         int linkDepth, double maxContentKB) {
-    AgentSession& session = context.session;
+    AgentSession& session = caller.session;
+    const Log::Burst burst(session.log);
+    const bool isFile = IsFileSystemURL(url);
+    const ProxySettings proxy = isFile ? ProxySettings() : GetProxySettings(session);
+    const HarvestContext context{session, caller.progress, caller.document, &proxy};
     const std::string address(url);
     Walk walk{context, maxContentKB};
     walk.visited.insert(ToLower(url));
-    const bool isFile = IsFileSystemURL(url);
     if (isFile && linkDepth > 0) {
         session.log("GetPushContent:recursion not valid for file system URL " + address);
         linkDepth = 0;

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "net/WebProgress.h"
+#include "net/basWeb.h"
 #include "push/PushContent.h"
 #include "push/ResultDocument.h"
 
@@ -19,6 +20,8 @@ struct HarvestContext {
     AgentSession& session;
     WebProgress& progress;
     ResultDocument& document;
+    /// Read once for a whole walk; nullptr: read for each document.
+    const ProxySettings* proxy = nullptr;
 };
 
 /// One document; nothing when it can't be had, is empty, or is no text.
@@ -26,8 +29,9 @@ std::optional<PushContent> FetchContent(const HarvestContext& context, std::stri
                                         bool isRoot, std::string_view parentUrl);
 /// A file by its path, or a "file://" URL.
 std::optional<PushContent> LoadFileContent(const HarvestContext& context, std::string_view path);
-/// Measures the images and gives their total in kilobytes; the request is used for each.
-double GetImageCount(AgentSession& session, WebRequest& request,
+/// Measures the images and gives their total in kilobytes; the request is used for each. Ends
+/// early when the person stops it.
+double GetImageCount(const HarvestContext& context, WebRequest& request,
                      std::vector<PushContent::Image>& images);
 /// The root first, in the order of discovery; empty without a root, with one above the limit, or
 /// when the person stopped it.

@@ -56,12 +56,14 @@ private:
     bool assemble();
     bool fetch();
     bool walk();
+    void preparePush();
     bool pushTo(const Target& target);
     bool send(const Target& target, const std::string& destination);
     bool sendChildren(const Target& target, const std::string& destination);
     bool deleteRemoved();
     void finish();
     bool cancelled() const { return m_progress.Cancelled(); }
+    Time localNow();
     void log(const std::string& text) { m_session.log("PushToList: " + text); }
     void line(const std::string& text) { m_progress.AppendResult(text); }
 
@@ -79,9 +81,11 @@ private:
     int m_expire = 0, m_depth = 0, m_maxContent = 0;
 
     std::shared_ptr<Recordset> m_targets;
+    std::optional<ProxySettings> m_proxy; // read when the sending begins
     std::vector<PushContent> m_contents;
-    std::string m_body, m_contentType;
+    MdsPush m_push; // but for whom it goes to
     std::string m_result, m_pushedList, m_closing;
+    Time m_now{}, m_localNow{}; // of the last push
     int m_pushed = 0, m_failed = 0, m_deleted = 0;
 };
 
@@ -125,6 +129,7 @@ void ListPush::findTarn() {
 }
 
 bool ListPush::Run() {
+    const Log::Burst burst(m_session.log);
     m_session.log("PushToList: pushing " + m_list.Subject() + " on demand");
     if (cancelled())
         return false;
@@ -170,9 +175,7 @@ bool ListPush::fetch() {
         log("failed to retrieve content from " + m_url);
         return true;
     }
-    m_body = m_contents.front().Content;
-    m_contentType = m_contents.front().ContentType;
-    log("retrieved " + std::to_string(m_body.size()) + " bytes from " + m_url);
+    log("retrieved " + std::to_string(m_contents.front().Content.size()) + " bytes from " + m_url);
     return true;
 }
 
@@ -180,6 +183,8 @@ bool ListPush::walk() {
     const auto text = [&](TargetField field) { return std::string(m_targets->Text(Index(field))); };
     const auto total = static_cast<int>(m_targets->RecordCount());
     int done = 0;
+    m_proxy = GetProxySettings(m_session);
+    preparePush();
     for (m_targets->MoveFirst(); !m_targets->EOF_(); m_targets->MoveNext()) {
         if (cancelled())
             return false;
@@ -201,23 +206,37 @@ bool ListPush::walk() {
     return true;
 }
 
+/// The zone is looked up once a second: it costs as much as a line of the log.
+Time ListPush::localNow() {
+    if (const Time now = m_session.platform.clock.now(); now != m_now) {
+        m_now = now;
+        m_localNow = kr::localNow(m_session);
+    }
+    return m_localNow;
+}
+
+/// What all targets get.
+void ListPush::preparePush() {
+    m_push.pushType = m_type;
+    m_push.title = m_title;
+    m_push.contentUrl = m_url;
+    m_push.channelId = m_channelId;
+    m_push.description = m_description;
+    m_push.cache = m_cache;
+    m_push.readIcon = m_readIcon;
+    m_push.unreadIcon = m_unreadIcon;
+    m_push.expireDays = m_expire;
+    if (!m_contents.empty()) {
+        m_push.body = m_contents.front().Content;
+        m_push.contentType = m_contents.front().ContentType;
+    }
+    m_push.notifyUrl = m_tarn + std::string(kNotify); // also without an engine
+}
+
 bool ListPush::send(const Target& target, const std::string& destination) {
-    MdsPush push;
-    push.pushServer = target.server;
-    push.destination = destination;
-    push.pushType = m_type;
-    push.title = m_title;
-    push.contentUrl = m_url;
-    push.channelId = m_channelId;
-    push.description = m_description;
-    push.cache = m_cache;
-    push.readIcon = m_readIcon;
-    push.unreadIcon = m_unreadIcon;
-    push.expireDays = m_expire;
-    push.body = m_body;
-    push.contentType = m_contentType;
-    push.notifyUrl = m_tarn + std::string(kNotify); // also without an engine
-    if (!PushToMDS(m_session, push, m_result))
+    m_push.pushServer = target.server;
+    m_push.destination = destination;
+    if (!PushToMDS(m_session, m_push, m_result, &*m_proxy))
         return false;
     ++m_pushed;
     m_pushedList += destination + ";";
@@ -242,8 +261,7 @@ bool ListPush::pushTo(const Target& target) {
         else
             ++m_failed;
     }
-    AppendTarget(m_session, m_document, target.pin, target.email, m_type, localNow(m_session),
-                 m_result);
+    AppendTarget(m_session, m_document, target.pin, target.email, m_type, localNow(), m_result);
     if (!destination.empty() && !sendChildren(target, destination))
         return false;
     line(target.name + ": " + m_result);
@@ -266,7 +284,7 @@ bool ListPush::sendChildren(const Target& target, const std::string& destination
         push.body = m_contents[i].Content;
         push.contentType = m_contents[i].ContentType;
         push.notifyUrl = m_tarn + std::string(kNotify);
-        PushToMDS(m_session, push, m_result);
+        PushToMDS(m_session, push, m_result, &*m_proxy);
     }
     return true;
 }
@@ -315,33 +333,54 @@ void ListPush::finish() {
 
 /// Takes one channel from one handheld.
 void deleteChannel(AgentSession& session, const std::string& server, const std::string& pin,
-                   std::string_view channelId, std::string_view notifyUrl, std::string& result) {
+                   std::string_view channelId, std::string_view notifyUrl, std::string& result,
+                   const ProxySettings& proxy) {
     MdsPush push;
     push.pushServer = server;
     push.destination = pin;
     push.pushType = kBrowserChannelDelete;
     push.channelId = channelId;
     push.notifyUrl = notifyUrl;
-    PushToMDS(session, push, result);
+    PushToMDS(session, push, result, &proxy);
 }
 
 } // namespace
 
 RDOFolderPtr GetMblFolder(AgentSession& session) { return GetZandrelFolder(session, kMblFolder); }
 
-bool NameInUse(AgentSession& session, RDOFolder& folder, std::string_view messageClass,
+bool NameInUse(AgentSession& session, const RDOFolderPtr& folder, std::string_view messageClass,
                const EntryID& own, std::string_view name) {
-    const auto ids = GetMessageIDs(session, folder, messageClass, name);
-    return std::ranges::any_of(ids, [&](const EntryID& id) {
-        return own.empty() || !TrapSilently([&] {
-                   return session.rdo->Stores().DefaultStore()->CompareEntryIDs(id, own);
-               });
-    });
+    if (!folder) // a new list can't be saved then, which says more
+        return !own.empty();
+    bool failed = false;
+    const bool used = Trap(
+        [&] {
+            const RDOStorePtr store = folder->Store();
+            return std::ranges::any_of(
+                RequireMessageIDs(*folder, messageClass, name),
+                [&](const EntryID& id) { return own.empty() || !store->CompareEntryIDs(id, own); });
+        },
+        [&](const Trapped& error) {
+            failed = true;
+            session.log("NameInUse: " + error.text());
+        });
+    return used || failed;
 }
 
 bool MblNameInUse(AgentSession& session, const EntryID& own, std::string_view name) {
-    const RDOFolderPtr folder = GetMblFolder(session);
-    return folder && NameInUse(session, *folder, kMblClass, own, name);
+    return NameInUse(session, GetMblFolder(session), kMblClass, own, name);
+}
+
+RDOMessagePtr OpenList(AgentSession& session, const EntryID& list, std::string_view name) {
+    RDOMessagePtr message = GetMessage(session, list);
+    if (!message)
+        ReportLostList(session, name);
+    return message;
+}
+
+void ReportLostList(AgentSession& session, std::string_view name) {
+    session.log("Error retrieving message for list " + std::string(name));
+    session.ui().MsgBox("There is a problem accessing " + std::string(name), BoxIcon::Exclamation);
 }
 
 std::string LastPushText(AgentSession& session, RDOMessage& list, std::string_view key) {
@@ -361,7 +400,7 @@ std::string GetRemovedTargets(const Recordset& targets, std::string_view lastPus
     for (const std::string& entry : Split(strip(lastPushList), ";")) {
         if (entry.empty())
             continue;
-        present->SetFilter("[PIN] LIKE '" + EscapeQuotes(entry) + "'");
+        present->SetFilter(LikeFilter("PIN", entry));
         if (present->EOF_())
             removed += ";" + entry;
     }
@@ -378,6 +417,7 @@ void DeleteChannelFromTargets(AgentSession& session, TreeModel& tree, std::strin
     if (!targets)
         return;
     const auto text = [&](TargetField field) { return std::string(targets->Text(Index(field))); };
+    const ProxySettings proxy = GetProxySettings(session);
     for (targets->MoveFirst(); !targets->EOF_(); targets->MoveNext()) {
         const std::string server = text(TargetField::PushServer);
         if (server.empty())
@@ -386,7 +426,7 @@ void DeleteChannelFromTargets(AgentSession& session, TreeModel& tree, std::strin
         session.log("Pushing Browser-Channel-Delete request to " + pin +
                     (email.empty() ? "" : " " + email));
         std::string result;
-        deleteChannel(session, server, pin, channelId, notifyUrl, result);
+        deleteChannel(session, server, pin, channelId, notifyUrl, result, proxy);
         AppendTarget(session, document, pin, email, kBrowserChannelDelete, localNow(session),
                      result);
     }
@@ -452,7 +492,7 @@ void ClearBrowserChannels(AgentSession& session, TreeModel& tree) {
                         BoxIcon::Information);
     const auto chosen = TrapSilently([&] {
         return session.ui().ShowAddressBook(
-            *session.rdo, {}, "Clear all browser channels for these users", false, true);
+            *session.rdo, {}, "Clear all browser channels for these users", false, true, "Clear");
     });
     if (chosen.empty())
         return;
@@ -468,6 +508,7 @@ void ClearBrowserChannels(AgentSession& session, TreeModel& tree) {
                 std::to_string(targets->RecordCount()) + " selected targets");
     const WaitCursor wait(session.ui());
     const std::string notify = GetTarnURL(session) + std::string(kNotify);
+    const ProxySettings proxy = GetProxySettings(session);
     int cleared = 0, skipped = 0;
     for (targets->MoveFirst(); !targets->EOF_(); targets->MoveNext()) {
         const std::string server(targets->Text(Index(TargetField::PushServer)));
@@ -482,7 +523,7 @@ void ClearBrowserChannels(AgentSession& session, TreeModel& tree) {
         std::string result;
         for (const std::string& channel : channels)
             deleteChannel(session, server, std::string(targets->Text(Index(TargetField::PIN))),
-                          channel, notify, result);
+                          channel, notify, result, proxy);
     }
     std::string told = "Requests were pushed to delete " + std::to_string(channels.size()) +
                        " channels from " + std::to_string(cleared) + " handhelds.";

@@ -24,9 +24,13 @@ inline constexpr std::string_view kMblFrequencies[] = {"Once",    "Daily",     "
 
 /// nullptr when it is not there.
 RDOFolderPtr GetMblFolder(AgentSession& session);
-/// Another message of that class in the folder has that subject.
-bool NameInUse(AgentSession& session, RDOFolder& folder, std::string_view messageClass,
+/// Another message of that class in the folder has that subject; what can't be told counts as
+/// taken.
+bool NameInUse(AgentSession& session, const RDOFolderPtr& folder, std::string_view messageClass,
                const EntryID& own, std::string_view name);
+/// The record of a list; where it can't be opened the person is told, and it is nullptr.
+RDOMessagePtr OpenList(AgentSession& session, const EntryID& list, std::string_view name);
+void ReportLostList(AgentSession& session, std::string_view name);
 /// The local date of a list's last push; "Never" without one.
 std::string LastPushText(AgentSession& session, RDOMessage& list, std::string_view key);
 /// Another list of the folder has that name.

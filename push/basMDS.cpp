@@ -117,9 +117,9 @@ void setHeaders(AgentSession& session, WebRequest& request, const MdsPush& push)
         if (const auto age = maxAge(push.expireDays))
             setHeader(request, "Cache-Control", *age);
     setTypeHeaders(session, request, push);
-    const Clock& clock = session.platform.clock;
-    const Time tomorrow = UTCToLocal(clock.now(), clock) + std::chrono::days(1);
-    setHeader(request, "X-RIM-Push-Deliver-Before", httpDate(LocalToUTC(tomorrow, clock)));
+    // the local time's offset is that of now both ways, so it needn't be asked for
+    const Time tomorrow = session.platform.clock.now() + std::chrono::days(1);
+    setHeader(request, "X-RIM-Push-Deliver-Before", httpDate(tomorrow));
 }
 
 std::string statusOf(const WebRequest& request) {
@@ -180,10 +180,11 @@ PushAddress::PushAddress(std::string_view text) {
         credential = parts[1];
 }
 
-bool PushToMDS(AgentSession& session, const MdsPush& push, std::string& result) {
+bool PushToMDS(AgentSession& session, const MdsPush& push, std::string& result,
+               const ProxySettings* proxy) {
     const PushAddress address(push.pushServer);
     const std::string url = pushUrl(address, push.destination, kBrowserPort);
-    const auto request = CreateWebRequest(session, "POST", url);
+    const auto request = CreateWebRequest(session, "POST", url, proxy);
     if (!request) {
         session.log("PushToMDS:unable to proceed: failed to instantiate WinHttpRequest object");
         return false;

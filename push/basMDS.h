@@ -11,6 +11,8 @@
 /// no more than that the server took it.
 namespace kr {
 
+struct ProxySettings;
+
 /// "host:port", or "host:port|" and the base64 of "principal:credentials".
 struct PushAddress {
     std::string host;
@@ -44,8 +46,9 @@ struct MdsPush {
 };
 
 /// True for status 200. `result` becomes "<status>:<text>" or "timed out", and stays where no
-/// request could be made.
-bool PushToMDS(AgentSession& session, const MdsPush& push, std::string& result);
+/// request could be made. A run of many pushes reads the proxy settings once and hands them over.
+bool PushToMDS(AgentSession& session, const MdsPush& push, std::string& result,
+               const ProxySettings* proxy = nullptr);
 
 /// Payloads for the application on the handheld, one byte a character. True for status 200;
 /// PushPDL also tells the person then.

@@ -31,8 +31,7 @@ Outcome pushTo(AgentSession& session, const Recordset& target, const std::string
 RDOFolderPtr GetMplFolder(AgentSession& session) { return GetZandrelFolder(session, kMplFolder); }
 
 bool MplNameInUse(AgentSession& session, const EntryID& own, std::string_view name) {
-    const RDOFolderPtr folder = GetMplFolder(session);
-    return folder && NameInUse(session, *folder, kMplClass, own, name);
+    return NameInUse(session, GetMplFolder(session), kMplClass, own, name);
 }
 
 void PushAlert(const PushContext& context, RDOMessage& list, const std::string& payload,
@@ -40,6 +39,7 @@ void PushAlert(const PushContext& context, RDOMessage& list, const std::string& 
     AgentSession& session = context.session;
     WebProgress& progress = context.progress;
     const std::string name = list.Subject();
+    const Log::Burst burst(session.log);
     session.log("PushAlertToList: pushing " + name);
     const auto targets = GetPushTargets(session, context.tree, targetNames);
     if (!targets || targets->RecordCount() == 0) {
@@ -93,6 +93,43 @@ void PushAlert(const PushContext& context, RDOMessage& list, const std::string& 
             [&](const Trapped& error) { session.log("PushAlertToList: " + error.text()); });
     }
     session.log("PushAlertToList: ListName = " + name + counts);
+}
+
+std::optional<Alert> ReadAlert(AgentSession& session, RDOMessage& list) {
+    return Trap(
+        [&] {
+            return std::optional<Alert>({list.ID(), list.Subject(),
+                                         RequireKey(list, "MPL.Payload").text(),
+                                         RequireKey(list, "MPL.Target.Email").text()});
+        },
+        [&](const Trapped& error) { session.log("PushAlertToList: " + error.text()); });
+}
+
+void PushAlertToList(AgentSession& session, TreeModel& tree, const PushForms::Window& window,
+                     const Alert& alert) {
+    if (!window)
+        return;
+    window("imgExclamation", [&](WebProgress& progress) {
+        progress.ShowStep("Pushing " + alert.name);
+        const RDOMessagePtr list = OpenList(session, alert.list, alert.name);
+        if (list)
+            PushAlert({session, tree, progress}, *list, alert.payload, alert.targets);
+        return list && !progress.Cancelled();
+    });
+}
+
+bool DeletePushList(AgentSession& session, const EntryID& id, std::string_view name) {
+    const RDOMessagePtr list = OpenList(session, id, name);
+    return list &&
+           Trap(
+               [&] {
+                   list->Delete();
+                   return true;
+               },
+               [&](const Trapped& error) {
+                   session.log("mnuMplDelete: " + std::string(name) + " " + error.text());
+                   session.ui().MsgBox("Error during delete: " + error.description, BoxIcon::Stop);
+               });
 }
 
 ListRow PushListRow(AgentSession& session, RDOMessage& list) {

@@ -20,13 +20,6 @@ constexpr int kTextSize = 255;
 constexpr int kOutbox = 4;
 constexpr std::string_view kMdsPort = "8080";
 
-/// "[field] LIKE 'value'". A value without wildcards is compared as a whole, which an index serves.
-std::string filterOf(std::string_view field, std::string_view value) {
-    const bool pattern = value.find_first_of("*%") != std::string_view::npos;
-    return "[" + std::string(field) + "]" + (pattern ? " LIKE '" : "='") + EscapeQuotes(value) +
-           "'";
-}
-
 /// The table being built and what its look-ups need.
 class TargetBuilder {
 public:
@@ -39,7 +32,7 @@ public:
     void AddTarget(std::string_view email, std::string_view pin) {
         if (email.empty() && pin.empty())
             return;
-        m_handhelds->SetFilter(email.empty() ? filterOf("PIN", pin) : filterOf("Email", email));
+        m_handhelds->SetFilter(email.empty() ? LikeFilter("PIN", pin) : LikeFilter("Email", email));
         if (!m_handhelds->EOF_())
             addHandheld();
         else if (!email.empty() && !contains("Name", email))
@@ -72,7 +65,7 @@ public:
 
 private:
     bool contains(std::string_view field, std::string_view value) {
-        return m_seenTargets->SetFilter(filterOf(field, value)) && !m_seenTargets->EOF_();
+        return m_seenTargets->SetFilter(LikeFilter(field, value)) && !m_seenTargets->EOF_();
     }
     /// The first row where several match.
     void addHandheld() {
@@ -122,13 +115,19 @@ RDOMessagePtr findRecord(AgentSession& session, const std::string& tag, const Fi
 
 } // namespace
 
+std::string LikeFilter(std::string_view field, std::string_view value) {
+    const bool pattern = value.find_first_of("*%") != std::string_view::npos;
+    return "[" + std::string(field) + "]" + (pattern ? " LIKE '" : "='") + EscapeQuotes(value) +
+           "'";
+}
+
 std::shared_ptr<Recordset> CreateTargetRecordset() {
     std::vector<Field> fields;
     for (const char* name : {"Name", "Email", "PIN", "BESServer", "PushServer"})
         fields.push_back({name, FieldType::Text, kTextSize});
     auto targets = std::make_shared<Recordset>(std::move(fields));
-    targets->AddIndex("Name");
-    targets->AddIndex("Email");
+    for (const char* field : {"Name", "Email", "PIN"})
+        targets->AddIndex(field);
     return targets;
 }
 

@@ -17,6 +17,9 @@ enum class TargetField : int { Name, Email, PIN, BESServer, PushServer };
 constexpr int Index(TargetField field) { return static_cast<int>(field); }
 std::shared_ptr<Recordset> CreateTargetRecordset();
 
+/// "[field] LIKE 'value'". A value without wildcards is compared as a whole, which an index serves.
+std::string LikeFilter(std::string_view field, std::string_view value);
+
 /// Targets of names or addresses joined by ";", with groups expanded; names that the address book
 /// can't resolve are dropped. `tree` has the BES connectors. nullptr when the handhelds can't be
 /// read.

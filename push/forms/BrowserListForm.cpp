@@ -2,7 +2,6 @@
 
 #include <QEvent>
 
-#include "console/forms/Icons.h"
 #include "core/basText.h"
 #include "net/basWeb.h"
 #include "platform/ui/qt/QtUi.h"
@@ -24,7 +23,7 @@ BrowserListForm::BrowserListForm(AgentSession& session, TreeModel& tree, bool is
 void BrowserListForm::Start(const Controls& controls) {
     m_controls = controls;
     m_target = new RecipientBox(
-        m_session, m_controls.target, "Target - Authorized Recipients",
+        m_session, m_controls.target, {"Target - Authorized Recipients", "List"},
         [this](const std::string& addresses) {
             ShowTargets(m_session, m_tree, m_controls.previewTitle, addresses, this);
         },
@@ -45,11 +44,7 @@ void BrowserListForm::showFields() {
 }
 
 void BrowserListForm::connectAll() {
-    for (const Help& help : m_controls.help) {
-        help.image->setIcon(IconOf("imgPopup"));
-        connect(help.image, &QToolButton::clicked, this,
-                [this, help] { m_session.ui().Popup(help.title, help.text); });
-    }
+    ConnectHelp(m_session, m_controls.help);
     for (QLineEdit* field :
          {m_controls.name, m_controls.title, m_controls.description, m_controls.url})
         connect(field, &QLineEdit::textChanged, this, [this] { MarkChanged(); });

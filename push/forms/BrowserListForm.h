@@ -4,13 +4,13 @@
 #include <QDialog>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QToolButton>
 #include <string_view>
 #include <vector>
 
 #include "console/TreeModel.h"
 #include "contacts/forms/RecipientBox.h"
 #include "push/ChannelForm.h"
+#include "push/forms/HelpImages.h"
 
 namespace kr {
 
@@ -22,11 +22,6 @@ public:
     EntryID saved() const { return m_saved; }
 
 protected:
-    struct Help {
-        QToolButton* image;
-        std::string_view title;
-        std::string_view text;
-    };
     struct Controls {
         QLineEdit* name;
         QLineEdit* title;
@@ -37,7 +32,7 @@ protected:
         std::string_view previewTitle;
         QPushButton* ok;
         QPushButton* cancel;
-        std::vector<Help> help;
+        std::vector<HelpImage> help;
     };
     /// An empty id makes a new list; one that can't be read can't be saved either.
     BrowserListForm(AgentSession& session, TreeModel& tree, bool isChannel, const EntryID& list,

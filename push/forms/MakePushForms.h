@@ -10,6 +10,7 @@ namespace kr {
 class TreeModel;
 
 /// The real dialogs of pushes, each over the window that `parent` names then.
-PushForms MakePushForms(AgentSession& session, TreeModel& tree, std::function<QWidget*()> parent);
+PushForms MakePushForms(AgentSession& session, TreeModel& tree,
+                        const std::function<QWidget*()>& parent);
 
 } // namespace kr

@@ -36,6 +36,7 @@ void ShowTargets(AgentSession& session, TreeModel& tree, std::string_view title,
             for (targets->MoveFirst(); !targets->EOF_(); targets->MoveNext())
                 form.list().Add(rowOf(*targets));
     }
+    form.list().Sort(0, SortOrder::Ascending);
     form.SetCount("Count: " + std::to_string(form.list().Count()));
     form.exec();
 }

@@ -50,7 +50,7 @@ frmBrowserChannel::frmBrowserChannel(AgentSession& session, TreeModel& tree, con
     QToolButton* const images[] = {m_ui->imgPopup0, m_ui->imgPopup1, m_ui->imgPopup2,
                                    m_ui->imgPopup3, m_ui->imgPopup4, m_ui->imgPopup5,
                                    m_ui->imgPopup6};
-    std::vector<Help> help;
+    std::vector<HelpImage> help;
     for (size_t i = 0; i < std::size(images); ++i)
         help.push_back({images[i], kHelp[i][0], i == 0 ? kListNameText : kHelp[i][1]});
     showCache();

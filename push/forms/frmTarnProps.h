@@ -11,6 +11,8 @@ class frmTarnProps;
 
 namespace kr {
 
+class TarnAddress;
+
 /// "zandrel Tarn Mobile Engine": the address of the engine, and its health tests.
 class frmTarnProps : public QDialog {
     Q_OBJECT
@@ -20,18 +22,11 @@ public:
 
 private:
     void load();
-    std::string typed() const;
-    /// True when the text held "localhost": the person was told, and it is replaced.
-    bool refuseLocalhost();
-    void onTest();
-    void test(const std::string& url);
-    void showWait(const std::string& text);
     void onOK();
 
     std::unique_ptr<::Ui::frmTarnProps> m_ui;
     AgentSession& m_session;
-    bool m_telling = false; // a box takes the focus from the field once more
-    bool m_refused = false; // in the event that is being handled
+    std::unique_ptr<TarnAddress> m_address;
 };
 
 } // namespace kr

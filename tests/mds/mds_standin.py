@@ -1,10 +1,13 @@
 """A push server that checks each request against the rules of the wire and keeps what every handheld
 got.
 
-usage: mds_standin.py [--port N] [--record FILE] [--quiet]
+usage: mds_standin.py [--port N] [--record FILE] [--site FOLDER] [--quiet]
 
 It says "listening on PORT" when it does. A GET of / answers 200, as a living push server does. A
 POST to /push answers 200 when every rule holds, else 400 with the first reason against it.
+
+Asked as a web proxy it stands in for whatever push server a request names. With --site it gives the
+pages of the hosts that have a folder of their name there, too.
 
   GET  /handhelds            the destinations that got something, as JSON
   GET  /handhelds/PIN        what that one got: method, query, headers in their order, body (base64)
@@ -16,6 +19,8 @@ import argparse
 import base64
 import email.utils
 import json
+import mimetypes
+import pathlib
 import re
 import socket
 import sys
@@ -40,7 +45,7 @@ TYPE_HEADERS = {
 COMMON = ["?Authorization", "X-RIM-Push-Type", "?X-RIM-Push-NotifyURL", "?X-RIM-Push-ID",
           "?Content-Type", "?X-Rim-Transcode-Content", "?Cache-Control"]
 # what the client's library adds by itself
-TRANSPORT = {"host", "accept", "content-length", "user-agent", "connection"}
+TRANSPORT = {"host", "accept", "content-length", "user-agent", "connection", "proxy-connection"}
 PAIRS = [("X-RIM-Push-NotifyURL", "X-RIM-Push-ID"), ("Content-Type", "X-Rim-Transcode-Content")]
 
 
@@ -132,12 +137,13 @@ class Standin(ThreadingHTTPServer):
     """The server with all that it remembers."""
     daemon_threads = True
 
-    def __init__(self, port=0, record=None, quiet=True):
+    def __init__(self, port=0, record=None, quiet=True, site=None):
         super().__init__(("127.0.0.1", port), Handler)
         self.lock = threading.Lock()
         self.pushes = {}
         self.modes = {None: ("ok", 0.0)}
         self.record = record
+        self.site = pathlib.Path(site).resolve() if site else None
         self.quiet = quiet
         self.stopping = threading.Event()
 
@@ -153,6 +159,19 @@ class Standin(ThreadingHTTPServer):
                     file.write(json.dumps({"destination": pin, **entry}) + "\n")
 
 
+def page_of(site, address):
+    """The file below the folder of the address's host; None when the host has no folder, a path
+    without a file when it has."""
+    url = urllib.parse.urlsplit(address)
+    folder = site / url.hostname if site and url.hostname else None
+    if not folder or folder.parent != site or not folder.is_dir():
+        return None
+    file = (folder / urllib.parse.unquote(url.path).lstrip("/")).resolve()
+    if not file.is_relative_to(folder):
+        return folder / "none"
+    return file / "index.html" if file.is_dir() else file
+
+
 class Handler(BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
 
@@ -161,7 +180,7 @@ class Handler(BaseHTTPRequestHandler):
             super().log_message(form, *args)
 
     def answer(self, status, text="", kind="text/plain"):
-        body = text.encode()
+        body = text if isinstance(text, bytes) else text.encode()
         self.send_response(status)
         self.send_header("Content-Type", kind)
         self.send_header("Content-Length", str(len(body)))
@@ -169,7 +188,10 @@ class Handler(BaseHTTPRequestHandler):
         self.wfile.write(body)
 
     def do_GET(self):
-        path = urllib.parse.urlsplit(self.path).path
+        page = page_of(self.server.site, self.path)
+        if page is not None:
+            return self.give(page)
+        path = urllib.parse.urlsplit(self.path).path or "/"
         with self.server.lock:
             pushes = {pin: list(entries) for pin, entries in self.server.pushes.items()}
         if path == "/handhelds":
@@ -181,6 +203,12 @@ class Handler(BaseHTTPRequestHandler):
             self.behave(None, 200, "push server")
         else:
             self.answer(404, "there is nothing")
+
+    def give(self, page):
+        if not page.is_file():
+            return self.answer(404, "there is no such page")
+        kind = mimetypes.guess_type(page.name)[0] or "application/octet-stream"
+        return self.answer(200, page.read_bytes(), kind)
 
     def do_POST(self):
         length = int(self.headers.get("Content-Length", "-1"))
@@ -236,9 +264,10 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--port", type=int, default=0)
     parser.add_argument("--record")
+    parser.add_argument("--site")
     parser.add_argument("--quiet", action="store_true")
     args = parser.parse_args()
-    server = Standin(args.port, args.record, args.quiet)
+    server = Standin(args.port, args.record, args.quiet, args.site)
     # one write, also where the output isn't buffered
     sys.stdout.write(f"listening on {server.server_address[1]}\n")
     sys.stdout.flush()

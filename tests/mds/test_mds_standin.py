@@ -2,7 +2,9 @@
 import base64
 import email.utils
 import json
+import pathlib
 import socket
+import tempfile
 import threading
 import time
 import unittest
@@ -113,6 +115,30 @@ class Serving(unittest.TestCase):
         self.assertIn(" 400 ", self.ask("POST", "/control?mode=odd"))
         other = PATH.replace("20FF", "30FF")
         self.assertIn(" 200 ", self.ask("POST", other, MESSAGE))
+
+    def test_a_proxy_stands_in_for_every_push_server(self):
+        whole = "http://bes.example.test:8080"
+        self.assertIn(" 200 ", self.ask("GET", whole))
+        headers = [("Proxy-Connection", "Keep-Alive")] + MESSAGE
+        self.assertIn(" 200 ", self.ask("POST", whole + PATH, headers))
+        self.assertEqual(list(self.server.pushes), ["20FF"])
+        self.assertIn(" 404 ", self.ask("GET", "http://intranet.example.test/m/"))
+
+    def test_pages_lie_in_the_folder_of_their_host(self):
+        with tempfile.TemporaryDirectory() as folder:
+            page = pathlib.Path(folder, "intranet.example.test", "m", "index.html")
+            page.parent.mkdir(parents=True)
+            page.write_text("<p>h\u00e9</p>", encoding="utf-8")
+            pathlib.Path(folder, "secret").write_text("no", encoding="utf-8")
+            self.server.site = pathlib.Path(folder).resolve()
+            answer = self.ask("GET", "http://Intranet.example.test/m/?x=1")
+            self.assertIn("text/html", answer)
+            self.assertIn("<p>h\u00e9</p>", answer)
+            for path in ("/m/none.html", "/../secret", "/%2e%2e/secret", "//secret"):
+                answer = self.ask("GET", "http://intranet.example.test" + path)
+                self.assertIn(" 404 ", answer, path)
+            self.assertIn(" 404 ", self.ask("GET", "http://../secret"))
+            self.assertIn(" 200 ", self.ask("GET", "http://bes.example.test:8080/"))
 
     def test_slow_is_slow(self):
         self.ask("POST", "/control?mode=slow&seconds=0.3")

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "console/TreeModel.h"
 #include "core/basAgent.h"
 #include "core/basStore.h"
 #include "handhelds/HandheldFields.h"

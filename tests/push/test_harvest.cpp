@@ -72,6 +72,7 @@ TEST_F(Harvest, FetchesOneDocumentWithItsLinksAndImages) {
     EXPECT_TRUE(logs("FetchContent:fetching content from http://host/"));
     EXPECT_TRUE(logs("FetchContent: loading content from http://host/ to PushContent object"));
     EXPECT_TRUE(logs("AppendContentLink:appending node for http://host/"));
+    EXPECT_FALSE(logs("GetImageCount:")) << "an image that isn't there is skipped without a word";
 }
 
 TEST_F(Harvest, AnImageWithoutAnAnswerIsLogged) {
@@ -109,6 +110,33 @@ TEST_F(Harvest, TheIdentityIsOfferedAfterARefusalOnce) {
     EXPECT_NE(world.http.sent[0].policy, AutoLogonPolicy::Always);
     EXPECT_EQ(world.http.sent[1].policy, AutoLogonPolicy::Always);
     EXPECT_TRUE(logs("FetchContent:request for http://host/ failed ; received 401:Unauthorized"));
+}
+
+TEST_F(Harvest, ATypeThatHoldsTextAnywhereIsTaken) {
+    page("/", "x", "application/odd; was=TEXT/html");
+    const auto content = fetch("/");
+    ASSERT_TRUE(content);
+    EXPECT_EQ(content->HTML, "x") << "and is read as a page";
+    page("/", "x", "text");
+    EXPECT_FALSE(fetch("/"));
+}
+
+TEST_F(Harvest, StoppedBeforehandNothingIsAskedFor) {
+    page("/", "x");
+    progress.cancel = [] { return true; };
+    EXPECT_THAT(urls(1), IsEmpty());
+    EXPECT_THAT(world.http.sent, IsEmpty());
+    EXPECT_TRUE(logs("FetchContent:fetching content from http://host/"));
+    EXPECT_THAT(progress.steps, ElementsAre("Requesting http://host/"));
+}
+
+TEST_F(Harvest, ImagesCountAgainstTheLimit) {
+    page("/", "<img src=\"/i\">");
+    page("/i", std::string(99 * 1024, 'i'), "image/png");
+    EXPECT_THAT(urls(0, 99), ElementsAre("http://host/")) << "0.0 of the page and 99 of the image";
+    page("/i", std::string(99 * 1024 + 103, 'i'), "image/png");
+    EXPECT_THAT(urls(0, 99), IsEmpty());
+    EXPECT_TRUE(logs("content from http://host/ (99.1) would exceed limit (99)"));
 }
 
 TEST_F(Harvest, OtherTextHasNoLinks) {
@@ -250,6 +278,17 @@ TEST_F(Harvest, AnOldDocumentKeepsItsTargetsAndLosesItsContent) {
     ASSERT_TRUE(empty);
     AppendTarget(*world.session, *empty, "1", "a@x.test", "t", date, "r");
     EXPECT_EQ(empty->xml().FindAll("target").size(), 0U);
+}
+
+TEST_F(Harvest, WithoutAPlaceInTheDocumentThePageIsStillTaken) {
+    auto other = LoadResultDocument("<other/>", "u");
+    ASSERT_TRUE(other);
+    page("/", "x");
+    EXPECT_TRUE(
+        FetchContent({*world.session, progress, *other}, "http://host/", false, "http://p"));
+    EXPECT_TRUE(logs("AppendContentLink:unable to locate parent (http://p) or content node for "
+                     "http://host/"));
+    EXPECT_FALSE(other->xml().Find("link"));
 }
 
 TEST_F(Harvest, TheDocumentBecomesTheMessagesBody) {

@@ -7,6 +7,7 @@
 #include "push/basMDS.h"
 #include "push/basTargets.h"
 #include "tests/push/PushWorld.h"
+#include "tests/support/FailingWorld.h"
 
 namespace {
 
@@ -260,6 +261,24 @@ TEST_F(Mbl, NamesAreTakenByOthers) {
     EXPECT_TRUE(MblNameInUse(session(), {}, "my news"));
     EXPECT_FALSE(MblNameInUse(session(), list->ID(), "My News"));
     EXPECT_FALSE(MblNameInUse(session(), {}, "Other"));
+}
+
+TEST_F(Mbl, ANameThatCannotBeComparedCountsAsTaken) {
+    FailingSession failing(world);
+    failing.LogOn();
+    const RDOFolderPtr folder = GetMblFolder(failing.session);
+    int calls = 0;
+    for (bool failed = true; failed; ++calls) {
+        failing.store.plan().FailAt(calls + 1);
+        const bool used = NameInUse(failing.session, folder, kMblClass, {}, "Other");
+        failed = failing.store.plan().Failed();
+        EXPECT_EQ(used, failed) << calls;
+    }
+    EXPECT_GT(calls, 2);
+    EXPECT_TRUE(world.logHas("NameInUse: "));
+    EXPECT_TRUE(NameInUse(failing.session, nullptr, kMblClass, list->ID(), "Other"));
+    EXPECT_FALSE(NameInUse(failing.session, nullptr, kMblClass, {}, "Other"))
+        << "the save says what is wrong";
 }
 
 TEST_F(Mbl, RowsShowTheList) {

@@ -9,7 +9,6 @@ namespace {
 using namespace kr;
 using ::testing::ElementsAre;
 using ::testing::MatchesRegex;
-using ::testing::Not;
 using Header = std::pair<std::string, std::string>;
 
 class Mds : public ::testing::Test {
@@ -41,7 +40,7 @@ protected:
         push.readIcon = "http://i/read.gif";
         push.unreadIcon = "http://i/unread.gif";
         push.expireDays = 3;
-        push.body = std::string("b\0dy", 4);
+        push.body = std::string_view("b\0dy", 4);
         push.contentType = "text/html";
         push.notifyUrl = "http://tarn?cmd=notify";
         return push;

@@ -1,67 +1,25 @@
 // The senders against the stand-in of a push server, over the real client: the stand-in checks
 // every rule of the wire by itself.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "platform/http/curl/CurlHttp.h"
 #include "push/basMDS.h"
+#include "tests/mds/PushStandin.h"
 #include "tests/support/World.h"
 
 namespace {
 
 using namespace kr;
 using nlohmann::json;
-using ::testing::HasSubstr;
-
-/// tests/mds/mds_standin.py as a process of its own.
-class Standin {
-public:
-    Standin() {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0)
-            return;
-        posix_spawn_file_actions_t files;
-        posix_spawn_file_actions_init(&files);
-        posix_spawn_file_actions_adddup2(&files, ends[1], STDOUT_FILENO);
-        const char* const argv[] = {"python3", "-B", KR_MDS_STANDIN, "--quiet", nullptr};
-        m_running = posix_spawnp(&m_pid, "python3", &files, nullptr, const_cast<char* const*>(argv),
-                                 environ) == 0;
-        posix_spawn_file_actions_destroy(&files);
-        close(ends[1]);
-        char line[64] = {};
-        if (m_running && read(ends[0], line, sizeof line - 1) > 0)
-            sscanf(line, "listening on %d", &port);
-        m_output = ends[0];
-    }
-    ~Standin() {
-        close(m_output);
-        if (!m_running)
-            return;
-        kill(m_pid, SIGKILL);
-        waitpid(m_pid, nullptr, 0);
-    }
-    Standin(const Standin&) = delete;
-    Standin& operator=(const Standin&) = delete;
-    int port = 0;
-
-private:
-    bool m_running = false;
-    pid_t m_pid = 0;
-    int m_output = -1;
-};
 
 class MdsWire : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() { s_standin = std::make_unique<Standin>(); }
+    static void SetUpTestSuite() { s_standin = std::make_unique<PushStandin>(); }
     static void TearDownTestSuite() { s_standin.reset(); }
     MdsWire() {
         const Platform& p = *m_world.platform;
@@ -96,14 +54,14 @@ protected:
         push.readIcon = "http://i/r.gif";
         push.unreadIcon = "http://i/u.gif";
         push.expireDays = 30;
-        push.body = std::string("\x00\xFFpage", 6);
+        push.body = std::string_view("\x00\xFFpage", 6);
         push.contentType = "text/html; charset=utf-8";
         push.notifyUrl = "?cmd=notify";
         return push;
     }
     bool send(const MdsPush& push) { return PushToMDS(session(), push, m_result); }
 
-    static std::unique_ptr<Standin> s_standin;
+    static std::unique_ptr<PushStandin> s_standin;
     World m_world;
     SystemClock m_now;
     std::unique_ptr<HttpProvider> m_http = MakeCurlHttp(*m_world.events, {});
@@ -112,7 +70,7 @@ protected:
     std::string m_result;
 };
 
-std::unique_ptr<Standin> MdsWire::s_standin;
+std::unique_ptr<PushStandin> MdsWire::s_standin;
 
 TEST_F(MdsWire, EveryTypeKeepsTheRules) {
     ASSERT_GT(s_standin->port, 0);
@@ -165,19 +123,70 @@ TEST_F(MdsWire, WhatTheServerForbidsIsNoSuccess) {
     EXPECT_TRUE(got("ODD").empty());
 }
 
+/// What each sender makes of each mood of the server.
 TEST_F(MdsWire, RefusalsAndFailuresAreTold) {
-    for (const char* status : {"401", "403", "500"}) {
-        behave(status, "MOODY");
-        EXPECT_FALSE(send(channel("MOODY")));
-        EXPECT_THAT(m_result, HasSubstr(status));
+    const struct {
+        const char* mode;
+        const char* result;
+        const char* line; // of PushMPL
+    } table[] = {
+        {"401", "401:Unauthorized", "response status = 401:Unauthorized; responseText = "},
+        {"403", "403:Forbidden", "response status = 403:Forbidden; responseText = "},
+        {"500", "500:Internal Server Error",
+         "response status = 500:Internal Server Error; responseText = "},
+        {"close", "timed out", "timed out waiting for response from http://"},
+        {"nonsense", "timed out", "timed out waiting for response from http://"},
+    };
+    for (const auto& row : table) {
+        behave(row.mode, "MOODY");
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(send(channel("MOODY"))) << row.mode;
+        EXPECT_EQ(m_result, row.result);
+        EXPECT_FALSE(PushMPL(session(), host(), "MOODY", "payload")) << row.mode;
+        EXPECT_TRUE(m_world.logHas(std::string("PushMPL:") + row.line)) << row.mode;
+        // a box would be an unexpected one: only success is told
+        EXPECT_FALSE(PushPDL(session(), host(), "MOODY", "payload")) << row.mode;
+        EXPECT_TRUE(m_world.logHas(std::string("PushPDL:") + row.line)) << row.mode;
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << row.mode;
     }
-    for (const char* mode : {"close", "nonsense"}) {
-        behave(mode, "MOODY");
-        EXPECT_FALSE(send(channel("MOODY")));
-        EXPECT_EQ(m_result, "timed out");
-    }
+    EXPECT_TRUE(m_world.logHas("PushToMDS: problem pushing Browser-Channel through " + host() +
+                               "|cHI6Y3I= to MOODY; status 403:Forbidden"));
+    EXPECT_TRUE(m_world.logHas("PushToMDS:timed out waiting for response from http://" + host()));
+    EXPECT_TRUE(m_world.logHas("WaitForWebResponse:request failed: "));
+    EXPECT_TRUE(got("MOODY").empty()) << "what failed did not arrive";
     behave("ok", "MOODY");
     EXPECT_TRUE(send(channel("MOODY")));
+    EXPECT_EQ(got("MOODY").size(), 1U);
+}
+
+TEST_F(MdsWire, ASlowServerIsWaitedForWithEventsAlive) {
+    ask("POST", "/control?mode=slow&seconds=1.2&pin=SLOW");
+    int ticks = 0;
+    m_world.events->AddTimer(std::chrono::milliseconds(20), [&] { ++ticks; });
+    EXPECT_TRUE(send(channel("SLOW")));
+    EXPECT_EQ(m_result, "200:OK");
+    EXPECT_GT(ticks, 30);
+    EXPECT_EQ(got("SLOW").size(), 1U) << "sent once";
+}
+
+TEST_F(MdsWire, AServerThatNeverAnswersIsWaitedForUntilItDies) {
+    auto silent = std::make_unique<PushStandin>();
+    ASSERT_GT(silent->port, 0);
+    const std::string address = "127.0.0.1:" + std::to_string(silent->port);
+    auto control = m_http->CreateRequest();
+    control->SetProxy(ProxySetting::Direct);
+    control->Open("POST", "http://" + address + "/control?mode=never", true);
+    control->Send();
+    ASSERT_TRUE(control->WaitForResponse(10));
+    MdsPush push = channel("NEVER");
+    push.pushServer = address;
+    m_world.events->AddTimer(std::chrono::milliseconds(800), [&] { silent.reset(); });
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(send(push));
+    EXPECT_GT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(700));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(m_result, "timed out");
+    EXPECT_TRUE(m_world.logHas("PushToMDS:timed out waiting for response from http://" + address));
 }
 
 TEST_F(MdsWire, ADeadServerEndsTheWaitAtOnce) {

@@ -91,6 +91,17 @@ TEST(PushContentTest, KilobytesRoundToOneDecimal) {
     EXPECT_EQ(KilobytesOf(52), 0.1);
 }
 
+TEST(PushContentTest, ATagWithoutALinkHidesNoneBehindIt) {
+    EXPECT_THAT(links(R"(<a <a href=x <a href='y'>)"), ElementsAre("http://host/y"));
+    EXPECT_THAT(links(R"(<a href=x><a href='y'>)"), ElementsAre("http://host/y"));
+    EXPECT_THAT(links(R"(<a href='x' href='y'><a b<a href="z">)"),
+                ElementsAre("http://host/y", "http://host/z"));
+    std::string page;
+    while (page.size() < (1 << 20))
+        page += "<a href ";
+    EXPECT_THAT(links(page + "><a href='z'>"), ElementsAre("http://host/z"));
+}
+
 TEST(PushContentTest, HostilePagesTakeNoLongTime) {
     std::vector<std::string> pages;
     for (const std::string& part :
