@@ -5,6 +5,7 @@
 #include <QTimer>
 #include <filesystem>
 
+#include "backup/BackupCommands.h"
 #include "console/Startup.h"
 #include "console/forms/DialogHooks.h"
 #include "console/forms/frmAbout.h"
@@ -16,6 +17,7 @@
 #include "contacts/ContactKinds.h"
 #include "contacts/forms/MakeContactForms.h"
 #include "core/Version.h"
+#include "eps/forms/MakeEpsForms.h"
 #include "handhelds/HandheldKinds.h"
 #include "handhelds/forms/MakeHandheldForms.h"
 #include "hosts/HostKinds.h"
@@ -34,6 +36,9 @@
 #include "platform/store/sqlite/SqliteStore.h"
 #include "platform/ui/qt/QtUi.h"
 #include "push/MblKinds.h"
+#include "push/MplKinds.h"
+#include "push/PdlKinds.h"
+#include "push/PdlUserKinds.h"
 #include "push/forms/MakePushForms.h"
 
 namespace kr {
@@ -93,12 +98,19 @@ App::App(const AppOptions& options) : m_commandLine(options.commandLine) {
                      [this](int64_t done, int64_t total) { m_main->SetProgress(done, total); }});
     RegisterFixedKinds(m_main->console());
     const auto over = [this] { return m_ui->DialogParent(); };
-    RegisterHostKinds(m_main->console(), MakeHostForms(*m_session, over));
+    HostForms hostForms = MakeHostForms(*m_session, over);
+    hostForms.frmEPSNow = MakeEPSNow(*m_session, over);
+    RegisterHostKinds(m_main->console(), hostForms);
     RegisterNetCommands(m_main->console());
-    RegisterMblKinds(m_main->console(), MakePushForms(*m_session, m_main->console().tree(), over));
+    const PushForms pushForms = MakePushForms(*m_session, m_main->console().tree(), over);
+    RegisterMblKinds(m_main->console(), pushForms);
+    RegisterMplKinds(m_main->console(), pushForms);
+    RegisterPdlKinds(m_main->console(), pushForms);
+    RegisterPdlUserKinds(m_main->console(), pushForms);
     RegisterHandheldKinds(m_main->console(), MakeHandheldForms(*m_session, over));
     RegisterContactKinds(m_main->console(),
                          MakeContactForms(*m_session, m_main->console().tree(), over));
+    RegisterBackupCommands(m_main->console());
     registerDialogs();
     registerForms();
 }
@@ -129,8 +141,10 @@ void App::registerDialogs() {
         return StartProgress(caption, kind, parent());
     };
     dialogs.addressBook = [parent](RDOSession& session, const std::vector<PickedRecipient>& chosen,
-                                   std::string_view title, bool oneAddress, bool forceResolution) {
-        return ShowAddressBook(session, chosen, title, oneAddress, forceResolution, parent());
+                                   std::string_view title, bool oneAddress, bool forceResolution,
+                                   std::string_view toLabel) {
+        return ShowAddressBook(session, chosen, title, oneAddress, forceResolution, toLabel,
+                               parent());
     };
     dialogs.folders = [this, parent](RDOSession& session, const FolderPickOptions& options) {
         return PickFolders(session, options, m_session->log, parent());

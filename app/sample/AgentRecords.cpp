@@ -31,6 +31,8 @@ void addAgentMessage(SampleBuild& build) {
         .key("MaxList", int32_t{25})
         .key("BrowserWait", int32_t{10})
         .key("Fax", int32_t{0})
+        // as the machine's settings say: who tries things out can put a proxy in between
+        .key("ProxySetting", int16_t{0})
         .key("PollingInterval", int32_t{60});
     agent.key("EPS.EmailUpdate", true)
         .key("EPS.SaveToBackups", true)

@@ -21,7 +21,7 @@ HandheldForms::Edit editor(AgentSession& session, const std::function<QWidget*()
 
 } // namespace
 
-HandheldForms MakeHandheldForms(AgentSession& session, std::function<QWidget*()> parent) {
+HandheldForms MakeHandheldForms(AgentSession& session, const std::function<QWidget*()>& parent) {
     HandheldForms forms;
     forms.frmBesCxnSQL = editor<frmBesCxnSQL>(session, parent);
     forms.frmBesCxnMbx = editor<frmBesCxnMbx>(session, parent);

@@ -8,6 +8,6 @@ class QWidget;
 namespace kr {
 
 /// The real dialogs of connectors and handhelds, each over the window that `parent` names then.
-HandheldForms MakeHandheldForms(AgentSession& session, std::function<QWidget*()> parent);
+HandheldForms MakeHandheldForms(AgentSession& session, const std::function<QWidget*()>& parent);
 
 } // namespace kr

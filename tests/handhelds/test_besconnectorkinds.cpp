@@ -9,8 +9,6 @@ namespace {
 
 using namespace kr;
 using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using ::testing::Not;
 
 class BesConnectorKinds : public ConsoleTest {

@@ -15,8 +15,6 @@
 namespace {
 
 using namespace kr;
-using ::testing::Contains;
-using ::testing::Not;
 
 class HandheldKinds : public ConsoleTest {
 protected:
