@@ -1,3 +1,5 @@
+#include <glob.h>
+
 #include <QApplication>
 #include <QDateTime>
 #include <QFile>
@@ -5,6 +7,7 @@
 #include <QLocale>
 
 #include "app/ctl/Describe.h"
+#include "core/Text.h"
 #include "tests/journeys/Commands.h"
 #include "tests/journeys/Look.h"
 
@@ -97,13 +100,23 @@ void entryShown(const std::string& name, bool shown) {
     need(Entry(name)->isVisible() == shown, "the menu has it otherwise");
 }
 
+void entryEnabled(const std::string& name, bool enabled) {
+    const QAction* entry = Entry(name);
+    need(entry->isVisible(), "the menu doesn't show it");
+    need(entry->isEnabled() == enabled, enabled ? "it is disabled" : "it is enabled");
+}
+
 void noForm(const Words&) {
     const QWidget* modal = QApplication::activeModalWidget();
     need(!modal, modal ? "the form " + S(modal->objectName()) + " is open" : "");
 }
 
+// "*" in the path stands for what nobody knows before, as a temporary folder's name.
 void fileHolds(const Words& words) {
-    QFile file(Q(words[0]));
+    glob_t found{};
+    const bool any = glob(words[0].c_str(), GLOB_NOCHECK, nullptr, &found) == 0;
+    QFile file(any ? QString::fromUtf8(found.gl_pathv[0]) : Q(words[0]));
+    globfree(&found);
     need(file.open(QIODevice::ReadOnly), "there is no file " + words[0]);
     holds("the file", QString::fromUtf8(file.readAll()), words[1]);
 }
@@ -146,7 +159,8 @@ Expectations formExpectations() {
         {"focus",
          {"NAME", 1, 1,
           [](const Words& w) {
-              const QWidget* focus = QApplication::focusWidget();
+              // also where nobody makes the window the active one again behind a closed box
+              const QWidget* focus = ActiveForm()->focusWidget();
               same("the focus", focus ? focus->objectName() : "nowhere", w[0]);
           }}},
         {"items",
@@ -159,6 +173,8 @@ Expectations formExpectations() {
                    "there is no such item");
           }}},
         {"entry", {"ENTRY", 1, 1, [](const Words& w) { entryShown(w[0], true); }}},
+        {"entry-enabled", {"ENTRY", 1, 1, [](const Words& w) { entryEnabled(w[0], true); }}},
+        {"entry-disabled", {"ENTRY", 1, 1, [](const Words& w) { entryEnabled(w[0], false); }}},
         {"no-entry", {"ENTRY", 1, 1, [](const Words& w) { entryShown(w[0], false); }}}};
 }
 
@@ -235,6 +251,35 @@ Expectations outerExpectations(World& world) {
                            }}}};
 }
 
+// A push by its place, from 1 on or "last", and of it a header, the query, or the body's size.
+QString pushedText(Peers& peers, const Words& words) {
+    const nlohmann::json pushes = peers.PushesTo(words[0]);
+    const size_t place = words[1] == "last" ? pushes.size() : std::stoul(words[1]);
+    need(place > 0 && place <= pushes.size(), std::to_string(pushes.size()) + " pushes came");
+    const nlohmann::json& push = pushes[place - 1];
+    if (words[2] == "query")
+        return Q(push["query"].get<std::string>());
+    if (words[2] == "bytes")
+        return QString::number(
+            QByteArray::fromBase64(QByteArray::fromStdString(push["body"].get<std::string>()))
+                .size());
+    for (const auto& header : push["headers"])
+        if (EqualNoCase(header[0].get<std::string>(), words[2]))
+            return Q(header[1].get<std::string>());
+    return {};
+}
+
+Expectations peerExpectations(Peers& peers) {
+    return {{"pushes",
+             {"PIN COUNT", 2, 2,
+              [&peers](const Words& w) {
+                  same("the count", static_cast<int>(peers.PushesTo(w[0]).size()), w[1]);
+              }}},
+            {"push", {"PIN NUMBER|last HEADER|query|bytes TEXT", 4, 4, [&peers](const Words& w) {
+                          same(w[2], pushedText(peers, w), w[3]);
+                      }}}};
+}
+
 void run(const Expectations& all, const Words& words) {
     const auto found = all.find(words[0]);
     if (found == all.end())
@@ -247,10 +292,11 @@ void run(const Expectations& all, const Words& words) {
 
 } // namespace
 
-void AddExpectCommands(Driver& driver, World& world) {
+void AddExpectCommands(Driver& driver, World& world, Peers& peers) {
     Expectations all = formExpectations();
     all.merge(listExpectations());
     all.merge(outerExpectations(world));
+    all.merge(peerExpectations(peers));
     std::string help = "wait until it is so:";
     for (const auto& [name, expectation] : all)
         help += "\n        " + name + " " + expectation.usage;

@@ -12,6 +12,8 @@
 #include <QPlainTextEdit>
 #include <QSpinBox>
 #include <QSplitter>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTest>
 #include <QTreeView>
 
@@ -209,8 +211,11 @@ void fill(const Words& words) {
         return rich->setPlainText(Q(text));
     if (auto* spin = qobject_cast<QSpinBox*>(control))
         return spin->setValue(Q(text).toInt());
-    if (auto* date = qobject_cast<QDateTimeEdit*>(control))
-        return date->setDateTime(QDateTime::fromString(Q(text), Qt::ISODate));
+    if (auto* date = qobject_cast<QDateTimeEdit*>(control)) {
+        QDateTime typed = QDateTime::fromString(Q(text), Qt::ISODate);
+        typed.setTimeSpec(date->timeSpec()); // the hour as it is shown
+        return date->setDateTime(typed);
+    }
     if (auto* combo = qobject_cast<QComboBox*>(control))
         return combo->isEditable() ? typeOver(*combo->lineEdit(), text) : choose(words);
     setTicked(*control, words[0], text == "on");
@@ -302,6 +307,17 @@ void split(const Words& words) {
     splitter->setSizes({left, splitter->width() - left});
 }
 
+void tab(const Words& words) {
+    auto* pages = qobject_cast<QTabWidget*>(Control(words[0]));
+    if (!pages)
+        throw Failure(words[0] + " has no tabs");
+    for (int page = 0; page < pages->count(); ++page)
+        if (S(plainCaption(pages->tabText(page))) == words[1] && pages->isTabVisible(page))
+            return QTest::mouseClick(pages->tabBar(), Qt::LeftButton, {},
+                                     pages->tabBar()->tabRect(page).center());
+    throw Failure("there is no tab " + words[1]);
+}
+
 void closeForm(const Words&) { ActiveForm()->close(); }
 
 } // namespace
@@ -325,6 +341,7 @@ void AddInputCommands(Driver& driver) {
     add("context-menu", "NAME [ROW]", "right-click a tree or list", 1, 2, contextMenu);
     add("pick", "ENTRY", "run an entry of the open menu, by name or caption", 1, 1, pickEntry);
     add("fill", "NAME TEXT", "type a text, choose an item, or tick (on, off)", 2, 2, fill);
+    add("tab", "NAME CAPTION", "show a page of a tab strip", 2, 2, tab);
     add("press", "NAME", "click a control", 1, 1, press);
     add("key", "KEYS [NAME]", "press keys such as Ctrl+F, in the control or where the focus is", 1,
         2, key);

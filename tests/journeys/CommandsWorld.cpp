@@ -4,6 +4,7 @@
 #include <QTest>
 
 #include "core/Text.h"
+#include "tests/journeys/AgentServer.h"
 #include "tests/journeys/Commands.h"
 #include "tests/journeys/Launch.h"
 #include "tests/journeys/Look.h"
@@ -36,14 +37,29 @@ void addStoreCommands(Driver& driver, World& world) {
         [&world](const Words& w) { world.SetRegistry(w[0], w[1], w[2], w[3]); });
 }
 
+void addAgentCommands(Driver& driver, World& world) {
+    auto agent = std::make_shared<std::unique_ptr<AgentServer>>();
+    add(driver, "agent", "[OPTION...]",
+        "make this computer ($HOST) an agent server, before `start`; options go to the agent's "
+        "stand-in, which writes $W/agent.log",
+        0, 8, [&world, agent](const Words& w) {
+            if (world.folder().empty() || *agent)
+                throw Failure("an agent needs a world, and a world has one agent");
+            *agent = std::make_unique<AgentServer>(w, world.folder() + "/agent.log");
+        });
+    add(driver, "agent-kill", "", "end the agent's process at once, as a crash does", 0, 0,
+        [](const Words&) { KillAgent(); });
+}
+
 } // namespace
 
 void AddWorldCommands(Driver& driver, World& world) {
+    driver.SetVariable("HOST", ThisHost());
     add(driver, "world", "none|empty|sample [USERS]",
         "make a folder for settings, log and files ($W), and a store that MAIL01 leads to", 1, 2,
         [&](const Words& w) {
             world.Make(w[0], w.size() > 1 ? std::stoul(w[1]) : 40);
-            driver.SetWorldFolder(world.folder());
+            driver.SetVariable("W", world.folder());
         });
     auto running = std::make_shared<std::unique_ptr<Launched>>();
     add(driver, "start", "[ARGUMENT...]", "start the console", 0, 20, [running](const Words& w) {
@@ -70,6 +86,7 @@ void AddWorldCommands(Driver& driver, World& world) {
     add(driver, "write-file", "PATH TEXT", "make a file, with the folders above it", 2, 2,
         writeFile);
     addStoreCommands(driver, world);
+    addAgentCommands(driver, world);
 }
 
 } // namespace kr::journeys

@@ -5,6 +5,8 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "core/Text.h"
+
 namespace kr::journeys {
 
 namespace {
@@ -96,7 +98,7 @@ void Driver::execute(const Line& line, const Command& command) {
     schedule(kStep);
     const Line copy = line; // the script may be over when the command returns
     try {
-        command.run(withFolders(Words(copy.words.begin() + 1, copy.words.end())));
+        command.run(withVariables(Words(copy.words.begin() + 1, copy.words.end())));
     } catch (const std::exception& error) {
         fail(copy, error.what());
     }
@@ -106,7 +108,7 @@ void Driver::execute(const Line& line, const Command& command) {
 
 bool Driver::tryOnce(const Line& line, const Command& command) {
     try {
-        command.run(withFolders(Words(line.words.begin() + 1, line.words.end())));
+        command.run(withVariables(Words(line.words.begin() + 1, line.words.end())));
         return true;
     } catch (const std::exception& error) {
         if (m_waiting.elapsed() > m_timeout)
@@ -115,10 +117,11 @@ bool Driver::tryOnce(const Line& line, const Command& command) {
     return false;
 }
 
-Words Driver::withFolders(Words words) const {
+Words Driver::withVariables(Words words) const {
     for (std::string& word : words)
-        if (const size_t at = word.find("$W"); at != std::string::npos)
-            word.replace(at, 2, m_world);
+        // a longer name comes before its own beginning
+        for (auto variable = m_variables.rbegin(); variable != m_variables.rend(); ++variable)
+            word = ReplaceAll(word, variable->first, variable->second);
     return words;
 }
 

@@ -45,8 +45,10 @@ public:
     /// Milliseconds that an expectation or a command may take.
     void SetTimeout(int milliseconds) { m_timeout = milliseconds; }
     int timeout() const { return m_timeout; }
-    /// Words beginning with "$W" get this text in its place.
-    void SetWorldFolder(std::string folder) { m_world = std::move(folder); }
+    /// Words that hold "$" and the name get this text in its place.
+    void SetVariable(const std::string& name, std::string text) {
+        m_variables["$" + name] = std::move(text);
+    }
     /// Called once with the exit code when the script is over or has failed.
     std::function<void(int code)> onFinished;
     /// Prints what is on the screen when the journey fails.
@@ -67,7 +69,7 @@ private:
     bool mayRun(const Command& command);
     void execute(const Line& line, const Command& command);
     bool tryOnce(const Line& line, const Command& command);
-    Words withFolders(Words words) const;
+    Words withVariables(Words words) const;
     void fail(const Line& line, const std::string& reason);
     void finish(int code);
 
@@ -76,7 +78,7 @@ private:
     size_t m_next = 0;
     std::vector<Running> m_running;
     QElapsedTimer m_waiting; // since the next command became due
-    std::string m_world;
+    std::map<std::string, std::string> m_variables;
     int m_timeout = 10000;
     bool m_finished = false;
 };

@@ -41,6 +41,10 @@ void World::Make(const std::string& kind, size_t users) {
     // no programs that show files, whatever this machine has
     point("XDG_DATA_DIRS", "share");
     point("XDG_CONFIG_DIRS", "etc");
+    // nor a proxy that it is behind
+    for (const char* variable : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy",
+                                 "ALL_PROXY", "no_proxy", "NO_PROXY"})
+        qunsetenv(variable);
     if (kind == "none")
         return;
     SampleOptions options;

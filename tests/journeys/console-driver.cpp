@@ -92,11 +92,13 @@ int run(QApplication& app, const Options& options) {
         if (line.words == Words{"start"} && !options.arguments.empty())
             line.words.push_back(options.arguments);
     World world;
+    Peers peers;
     Driver driver(std::move(script));
     AddInputCommands(driver);
     AddPrintCommands(driver);
-    AddExpectCommands(driver, world);
+    AddExpectCommands(driver, world, peers);
     AddWorldCommands(driver, world);
+    AddPeerCommands(driver, world, peers);
     if (options.help) {
         printHelp(driver);
         return 0;
@@ -107,6 +109,7 @@ int run(QApplication& app, const Options& options) {
         result = code;
         // dialogs may stand in loops of their own, which nothing would end
         if (code != 0 || Blocker()) {
+            peers.Stop();
             std::fflush(nullptr);
             std::_Exit(code);
         }

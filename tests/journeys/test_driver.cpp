@@ -67,7 +67,8 @@ protected:
         AddInputCommands(driver);
         AddPrintCommands(driver);
         World world;
-        AddExpectCommands(driver, world);
+        Peers peers;
+        AddExpectCommands(driver, world, peers);
         int result = -1;
         QEventLoop loop;
         driver.onFinished = [&](int code) {
