@@ -4,11 +4,11 @@
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 #include <string>
 
+#include "bench/Measure.h"
 #include "contacts/basExpand.h"
 #include "platform/store/sqlite/Organisation.h"
 #include "tests/support/World.h"
@@ -16,19 +16,12 @@
 namespace {
 
 using namespace kr;
-using Clock_ = std::chrono::steady_clock;
+using bench::millisecondsOf;
 
 constexpr int kPeople = 10'000;
 constexpr int kPerList = 100;
 constexpr int kFan = 10; // lists in a list
 constexpr int kRounds = 15;
-
-template <class F>
-double millisecondsOf(F&& work) {
-    const auto start = Clock_::now();
-    work();
-    return std::chrono::duration<double, std::milli>(Clock_::now() - start).count();
-}
 
 std::string dn(const std::string& alias) { return "/o=Example/ou=First/cn=Recipients/cn=" + alias; }
 
