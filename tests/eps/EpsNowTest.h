@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "core/basStore.h"
 #include "eps/EpsNow.h"
 #include "tests/support/World.h"

@@ -4,6 +4,10 @@
 
 #include "tests/support/SideProgram.h"
 
+#ifndef KR_MDS_STANDIN // the build says where the program lies
+#define KR_MDS_STANDIN "tests/mds/mds_standin.py"
+#endif
+
 namespace kr {
 
 /// tests/mds/mds_standin.py as a process of its own; KR_MDS_STANDIN is the script.

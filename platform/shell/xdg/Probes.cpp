@@ -1,6 +1,7 @@
 #include "platform/shell/xdg/Probes.h"
 
 #include <arpa/inet.h>
+#include <linux/errqueue.h>
 #include <netinet/ip_icmp.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -92,13 +93,12 @@ public:
             m_result = {PingOutcome::NoSocket, errno};
             return;
         }
-        const int on = 1;
-        setsockopt(m_socket.fd(), IPPROTO_IP, IP_RECVERR, &on, sizeof on);
         const auto packet = echoRequest(m_id, m_sequence);
         const sockaddr_in to = socketAddress(address, 0);
-        // connected, so that the errors of other requests go to their own sockets
+        const int on = 1;
         if (connect(m_socket.fd(), reinterpret_cast<const sockaddr*>(&to), sizeof to) != 0 ||
-            send(m_socket.fd(), packet.data(), packet.size(), MSG_NOSIGNAL) < 0)
+            setsockopt(m_socket.fd(), IPPROTO_IP, IP_RECVERR, &on, sizeof on) != 0 ||
+            !sendPacket(packet))
             m_result = {PingOutcome::Failed, errno};
         else
             m_socket.Watch(Events::Readable, [this] { read(); });
@@ -106,6 +106,14 @@ public:
     std::optional<PingReport> Result() override { return m_result; }
 
 private:
+    /// A raw socket may take the error of another request before it is connected. That fails the
+    /// first attempt, and is no answer to ours.
+    bool sendPacket(const std::vector<uint8_t>& packet) const {
+        const auto send = [&] {
+            return ::send(m_socket.fd(), packet.data(), packet.size(), MSG_NOSIGNAL) >= 0;
+        };
+        return send() || send();
+    }
     void read() {
         m_result = readReply();
         if (m_result)
@@ -113,6 +121,8 @@ private:
     }
     /// What one received packet says about our request: nothing, or how it ended.
     std::optional<PingReport> readReply() const;
+    /// The errors that were reported for our address alone.
+    std::optional<PingReport> readError() const;
 
     WatchedSocket m_socket;
     in_addr m_address;
@@ -128,11 +138,8 @@ std::optional<PingReport> EchoProbe::readReply() const {
     socklen_t size = sizeof from;
     const ssize_t got = recvfrom(m_socket.fd(), buffer.data(), buffer.size(), 0,
                                  reinterpret_cast<sockaddr*>(&from), &size);
-    if (got < 0) {
-        if (errno == EAGAIN || errno == EINTR)
-            return std::nullopt;
-        return PingReport{PingOutcome::Failed, errno};
-    }
+    if (got < 0)
+        return readError();
     // a raw socket gives the IP header as well; its length stands in the low half of byte 0
     const size_t skip = m_raw ? (buffer[0] & 15u) * 4u : 0;
     icmphdr header{};
@@ -143,6 +150,26 @@ std::optional<PingReport> EchoProbe::readReply() const {
         (m_raw && header.un.echo.id != htons(m_id)))
         return std::nullopt;
     return PingReport{};
+}
+
+std::optional<PingReport> EchoProbe::readError() const {
+    for (;;) {
+        std::array<uint8_t, 256> packet{};
+        alignas(cmsghdr) std::array<char, 512> control{};
+        sockaddr_in to{}; // of the request that failed
+        iovec part{packet.data(), packet.size()};
+        msghdr message{&to, sizeof to, &part, 1, control.data(), control.size(), 0};
+        if (recvmsg(m_socket.fd(), &message, MSG_ERRQUEUE) < 0)
+            return std::nullopt;
+        for (cmsghdr* one = CMSG_FIRSTHDR(&message); one; one = CMSG_NXTHDR(&message, one)) {
+            if (one->cmsg_level != IPPROTO_IP || one->cmsg_type != IP_RECVERR)
+                continue;
+            sock_extended_err error{};
+            std::memcpy(&error, CMSG_DATA(one), sizeof error);
+            if (to.sin_addr.s_addr == m_address.s_addr)
+                return PingReport{PingOutcome::Failed, static_cast<long>(error.ee_errno)};
+        }
+    }
 }
 
 // --- the program
