@@ -3,8 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <iterator>
 #include <new>
 #include <utility>
 
@@ -39,7 +37,8 @@ void Log::Write(std::string_view text, bool noTimestamp) const {
         std::string line = noTimestamp ? std::string() : stamp(now);
         line.reserve(line.size() + text.size() + 1);
         // A NUL would make the file look binary to the tools that people read it with.
-        std::ranges::remove_copy(text, std::back_inserter(line), '\0');
+        line += text;
+        std::erase(line, '\0');
         line += '\n';
         const int fd = open(now);
         if (fd < 0)

@@ -1,6 +1,10 @@
 #include "push/PushContent.h"
 
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <memory_resource>
+#include <unordered_set>
 
 #include "core/Text.h"
 #include "push/LinkPattern.h"
@@ -31,6 +35,18 @@ const LinkPattern& imagePattern() {
         R"re(src\s*=\s*(?:"([^"]*)"|(?:'([^']*)')))re");
     return pattern;
 }
+
+/// Addresses that were met, whatever their case. A page has many, which all go at once.
+class Known {
+public:
+    /// False for one that was there.
+    bool Add(std::string_view url) { return m_keys.emplace(ToLower(url)).second; }
+
+private:
+    std::array<std::byte, 16 << 10> m_block;
+    std::pmr::monotonic_buffer_resource m_memory{m_block.data(), m_block.size()};
+    std::pmr::unordered_set<std::pmr::string> m_keys{&m_memory};
+};
 
 std::string_view withoutTrailingSlashes(std::string_view path) {
     while (!path.empty() && (path.back() == '/' || path.back() == '\\'))
@@ -75,6 +91,9 @@ void PushContent::SetRootPath(std::string_view url) {
 void PushContent::GetChildLinks(std::string_view html) {
     if (!html.empty())
         HTML = html;
+    Known known;
+    for (const std::string& url : m_childLinks)
+        known.Add(url);
     childPattern().EachMatch(HTML, [&](const std::vector<std::string_view>& parts) {
         std::string url;
         for (const std::string_view part : parts) {
@@ -83,7 +102,7 @@ void PushContent::GetChildLinks(std::string_view html) {
             url = ResolveURL(part, m_rootPath);
             break;
         }
-        if (!url.empty() && !filePattern().Matches(url) && m_childKeys.insert(ToLower(url)).second)
+        if (!url.empty() && !filePattern().Matches(url) && known.Add(url))
             m_childLinks.push_back(std::move(url));
     });
 }
@@ -91,12 +110,15 @@ void PushContent::GetChildLinks(std::string_view html) {
 void PushContent::GetImageLinks(std::string_view html) {
     if (!html.empty())
         HTML = html;
+    Known known;
+    for (const Image& image : ImageLinks)
+        known.Add(image.url);
     imagePattern().EachMatch(HTML, [&](const std::vector<std::string_view>& parts) {
         for (const std::string_view part : parts) {
             if (part.empty())
                 continue;
             std::string url = ToLower(ResolveURL(part, m_rootPath));
-            if (m_imageKeys.insert(url).second)
+            if (known.Add(url))
                 ImageLinks.push_back({std::move(url)});
             break;
         }

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace kr {
@@ -42,7 +41,6 @@ public:
 private:
     std::string m_url, m_rootPath, m_docPath;
     std::vector<std::string> m_childLinks;
-    std::unordered_set<std::string> m_childKeys, m_imageKeys;
 };
 
 /// A link as it is fetched. Kept: `path` is the site's root also for links deep within it, and

@@ -48,6 +48,9 @@ size_t characterAt(const std::string& text, size_t at) {
 /// The text without what XML can't hold.
 std::string allowed(std::string_view text) {
     const std::string all(text);
+    const bool plain = std::ranges::all_of(all, [](char c) { return c >= ' ' && c < 0x7F; });
+    if (plain)
+        return all;
     std::string result;
     result.reserve(all.size());
     for (size_t at = 0; at < all.size();) {

@@ -157,10 +157,8 @@ void EpollEvents::unregisterWatch(Id id, Watched& watched) {
 
 void EpollEvents::Cancel(Id id) {
     // the entry goes last: destroying a call may cancel further ids
-    if (const auto timer = m_timers.extract(id)) {
-        armTimer();
+    if (const auto timer = m_timers.extract(id))
         return;
-    }
     if (const auto watch = m_watches.extract(id))
         unregisterWatch(id, *watch.mapped());
 }
@@ -204,6 +202,7 @@ void EpollEvents::dispatchWatch(Id id, uint32_t events) {
 
 void EpollEvents::dispatchTimers() {
     drain(m_timerFd);
+    m_armed = Clock::time_point::max();
     const auto now = Clock::now();
     std::vector<std::pair<Clock::time_point, Id>> due;
     for (const auto& [id, timer] : m_timers)
@@ -243,15 +242,19 @@ void EpollEvents::fire(Id id) {
     keep->call();
 }
 
+/// A timer that has gone leaves its due time behind: one turn with nothing to do is cheaper than a
+/// call of the system for each request that ends before its limit.
 void EpollEvents::armTimer() {
-    itimerspec when{};
     Clock::time_point next = Clock::time_point::max();
     for (const auto& [id, timer] : m_timers)
         if (!timer->running)
             next = std::min(next, timer->due);
-    if (next != Clock::time_point::max())
-        when.it_value =
-            spec(std::max(next.time_since_epoch(), Clock::duration(std::chrono::nanoseconds(1))));
+    if (next >= m_armed)
+        return;
+    m_armed = next;
+    itimerspec when{};
+    when.it_value =
+        spec(std::max(next.time_since_epoch(), Clock::duration(std::chrono::nanoseconds(1))));
     timerfd_settime(m_timerFd, TFD_TIMER_ABSTIME, &when, nullptr);
 }
 

@@ -64,6 +64,7 @@ private:
     int m_eventFd = -1;
     Id m_lastId = 2; // 1 and 2 mark the timerfd and the eventfd
     uint64_t m_turn = 0;
+    Clock::time_point m_armed = Clock::time_point::max(); // when the timerfd speaks
     std::map<Id, std::shared_ptr<Timer>> m_timers;
     std::unordered_map<Id, std::shared_ptr<Watched>> m_watches;
     std::unordered_map<int, Id> m_owners; // which watch a descriptor belongs to now

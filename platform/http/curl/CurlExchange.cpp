@@ -45,14 +45,10 @@ int onProgress(void* user, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
 
 } // namespace
 
-CurlExchange::CurlExchange() : easy(curl_easy_init()), m_cookies(curl_share_init()) {
-    curl_share_setopt(m_cookies, CURLSHOPT_SHARE, CURL_LOCK_DATA_COOKIE);
-    prepare();
-}
+CurlExchange::CurlExchange() : easy(curl_easy_init()) { prepare(); }
 
 CurlExchange::~CurlExchange() {
     curl_easy_cleanup(easy);
-    curl_share_cleanup(m_cookies);
     curl_slist_free_all(headers);
 }
 
@@ -69,13 +65,17 @@ void CurlExchange::Begin() {
     ClearResponse();
     if (!std::exchange(m_begun, true))
         return;
+    curl_slist* cookies = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_COOKIELIST, &cookies);
     curl_easy_cleanup(easy);
     easy = curl_easy_init();
     prepare();
+    for (const curl_slist* cookie = cookies; cookie; cookie = cookie->next)
+        curl_easy_setopt(easy, CURLOPT_COOKIELIST, cookie->data);
+    curl_slist_free_all(cookies);
 }
 
 void CurlExchange::prepare() {
-    curl_easy_setopt(easy, CURLOPT_SHARE, m_cookies);
     curl_easy_setopt(easy, CURLOPT_COOKIEFILE, ""); // no file, but cookies are sent
     curl_easy_setopt(easy, CURLOPT_ERRORBUFFER, reason.data());
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);

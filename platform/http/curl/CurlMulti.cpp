@@ -1,5 +1,7 @@
 #include "platform/http/curl/CurlMulti.h"
 
+#include <unistd.h>
+
 #include <utility>
 
 namespace kr {
@@ -19,8 +21,8 @@ CurlMulti::~CurlMulti() {
     for (const auto& [easy, done] : m_running)
         curl_multi_remove_handle(m_multi, easy);
     curl_multi_cleanup(m_multi);
-    for (const auto& [fd, id] : m_watches)
-        m_events.Cancel(id);
+    for (const auto& [fd, watch] : m_watches)
+        m_events.Cancel(watch.id);
     if (m_timer != 0)
         m_events.Cancel(m_timer);
 }
@@ -28,6 +30,10 @@ CurlMulti::~CurlMulti() {
 void CurlMulti::Start(CURL* easy, Done done) {
     m_running[easy] = std::move(done);
     m_starting = true;
+    curl_easy_setopt(easy, CURLOPT_SOCKOPTFUNCTION, onOpened);
+    curl_easy_setopt(easy, CURLOPT_SOCKOPTDATA, this);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETFUNCTION, onClose);
+    curl_easy_setopt(easy, CURLOPT_CLOSESOCKETDATA, this);
     curl_multi_add_handle(m_multi, easy);
     m_starting = false;
     act(CURL_SOCKET_TIMEOUT, 0);
@@ -48,25 +54,51 @@ int CurlMulti::onTimer(CURLM*, long milliseconds, void* self) {
     return 0;
 }
 
+int CurlMulti::onOpened(void* self, curl_socket_t fd, curlsocktype) {
+    static_cast<CurlMulti*>(self)->m_connections.insert(fd);
+    return CURL_SOCKOPT_OK;
+}
+
+int CurlMulti::onClose(void* self, curl_socket_t fd) {
+    auto& multi = *static_cast<CurlMulti*>(self);
+    multi.m_connections.erase(fd);
+    multi.unwatch(fd);
+    return close(fd);
+}
+
 void CurlMulti::watch(curl_socket_t fd, int what) {
     const auto known = m_watches.find(fd);
     if (what == CURL_POLL_REMOVE) {
-        if (known != m_watches.end()) {
-            m_events.Cancel(known->second);
-            m_watches.erase(known);
-        }
+        if (!m_connections.contains(fd))
+            unwatch(fd);
+        else if (known != m_watches.end())
+            known->second.resting = true;
         return;
     }
     const unsigned wanted = ((what & CURL_POLL_IN) ? Events::Readable : 0U) |
                             ((what & CURL_POLL_OUT) ? Events::Writable : 0U);
     if (known != m_watches.end()) {
-        m_events.SetWatch(known->second, wanted);
+        known->second.resting = false;
+        m_events.SetWatch(known->second.id, wanted);
         return;
     }
-    m_watches[fd] = m_events.AddWatch(fd, wanted, [this, fd](unsigned conditions) {
-        act(fd, ((conditions & Events::Readable) ? CURL_CSELECT_IN : 0) |
-                    ((conditions & Events::Writable) ? CURL_CSELECT_OUT : 0));
-    });
+    const auto call = [this, fd](unsigned conditions) { ready(fd, conditions); };
+    m_watches[fd] = {m_events.AddWatch(fd, wanted, call), false};
+}
+
+void CurlMulti::unwatch(curl_socket_t fd) {
+    const auto known = m_watches.extract(fd);
+    if (!known.empty())
+        m_events.Cancel(known.mapped().id);
+}
+
+void CurlMulti::ready(curl_socket_t fd, unsigned conditions) {
+    if (m_watches.at(fd).resting) {
+        unwatch(fd); // the library looks at the connection before it uses it again
+        return;
+    }
+    act(fd, ((conditions & Events::Readable) ? CURL_CSELECT_IN : 0) |
+                ((conditions & Events::Writable) ? CURL_CSELECT_OUT : 0));
 }
 
 /// The library must not be called from its own callback; a timer of 0 would cost a millisecond.

@@ -54,19 +54,20 @@ void CurlRequest::SetTimeouts(int resolve, int connect, int send, int receive) {
 
 void CurlRequest::Open(std::string_view method, std::string_view url, bool async) {
     stop();
-    m_url.clear(); // also a refused URL ends what was before
+    m_url = nullptr; // also a refused URL ends what was before
     m_headers.clear();
     m_status = 0;
     m_done = false;
     m_failure.reset();
     m_exchange->ClearResponse();
-    if (!isHttp(PartsOf(url)) || url.find('\0') != std::string_view::npos)
+    auto read = ReadUrl(url);
+    if (!isHttp(PartsOf(read)) || url.find('\0') != std::string_view::npos)
         throw PlatformError(kUnrecognizedScheme,
                             "The URL does not use a recognized protocol (http or https): " +
                                 std::string(url),
                             "WebRequest");
     m_method = ToUpper(method);
-    m_url = url;
+    m_url = std::move(read);
     m_async = async;
 }
 
@@ -81,7 +82,7 @@ void CurlRequest::SetRequestHeader(std::string_view name, std::string_view value
 }
 
 void CurlRequest::Send(std::string_view body) {
-    if (m_url.empty())
+    if (!m_url)
         throw PlatformError(kNotOpen, "The request has not been opened.", "WebRequest");
     stop();
     m_exchange->body = body;
@@ -183,8 +184,8 @@ void CurlRequest::exchange() {
 
 void CurlRequest::applyUrl() {
     CURL* easy = m_exchange->easy;
-    curl_easy_setopt(easy, CURLOPT_URL, EncodeUrl(m_url).c_str());
-    curl_easy_setopt(easy, CURLOPT_PATH_AS_IS, 1L);
+    m_exchange->url = m_url;
+    curl_easy_setopt(easy, CURLOPT_CURLU, m_url.get());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     // newer versions over TLS have no reason phrase
     curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_1_1});
@@ -317,7 +318,8 @@ bool CurlRequest::redirected() {
     if (!target)
         return false;
     const std::string next = target;
-    const UrlParts from = PartsOf(m_url), to = PartsOf(next);
+    auto read = ReadUrl(next);
+    const UrlParts from = PartsOf(m_url), to = PartsOf(read);
     if (!isHttp(to)) {
         fail("The server redirected to " + next + ", which is refused.");
         return true;
@@ -338,7 +340,7 @@ bool CurlRequest::redirected() {
     if (from != to)
         std::erase_if(m_headers,
                       [](const auto& h) { return EqualNoCase(h.first, "Authorization"); });
-    m_url = next;
+    m_url = std::move(read);
     m_identity = false;
     exchange();
     return true;

@@ -22,15 +22,16 @@ struct CurlExchange {
     CurlExchange& operator=(const CurlExchange&) = delete;
 
     void ClearResponse();
-    /// Before each transfer: a handle without a past. The library (7.88) keeps a pointer to the
-    /// last header line of the answer before, which it has freed, and writes there when the next
-    /// answer begins with a folded line.
+    /// Before each transfer: a handle without a past but its cookies. The library (7.88) keeps a
+    /// pointer to the last header line of the answer before, which it has freed, and writes there
+    /// when the next answer begins with a folded line.
     void Begin();
     /// The value of the first header of that name.
     std::optional<std::string> Header(std::string_view name) const;
 
     CURL* easy;
     curl_slist* headers = nullptr;
+    std::shared_ptr<CURLU> url;
     std::string body; // of the request
     int64_t longestBody = 0;
     std::string statusLine;
@@ -45,7 +46,6 @@ struct CurlExchange {
 private:
     void prepare();
     bool m_begun = false;
-    CURLSH* m_cookies; // are kept within one request object
 };
 
 class CurlRequest : public WebRequest {
@@ -105,7 +105,8 @@ private:
     std::chrono::milliseconds m_sendLimit{30'000};
     std::chrono::milliseconds m_receiveLimit{30'000};
 
-    std::string m_method, m_url;
+    std::string m_method;
+    std::shared_ptr<CURLU> m_url; // none before Open
     bool m_async = true;
     std::vector<std::pair<std::string, std::string>> m_headers;
 

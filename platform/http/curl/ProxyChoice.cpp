@@ -1,8 +1,5 @@
 #include "platform/http/curl/ProxyChoice.h"
 
-#include <curl/curl.h>
-
-#include <memory>
 #include <vector>
 
 #include "core/Text.h"
@@ -60,17 +57,22 @@ std::string withPort(std::string proxy) {
 
 } // namespace
 
-/// By the reader that the exchange itself uses: a second one might see another host in
-/// "http://one\\@other/" than the one that is talked to, and send it what was meant for the first.
-UrlParts PartsOf(std::string_view url) {
-    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> reader(curl_url(), curl_url_cleanup);
-    if (url.find("://") == std::string_view::npos ||
-        curl_url_set(reader.get(), CURLUPART_URL, EncodeUrl(url).c_str(), CURLU_PATH_AS_IS) !=
-            CURLUE_OK)
+std::shared_ptr<CURLU> ReadUrl(std::string_view url) {
+    if (url.find("://") == std::string_view::npos)
+        return nullptr;
+    std::shared_ptr<CURLU> read(curl_url(), curl_url_cleanup);
+    return curl_url_set(read.get(), CURLUPART_URL, EncodeUrl(url).c_str(), CURLU_PATH_AS_IS) ==
+                   CURLUE_OK
+               ? read
+               : nullptr;
+}
+
+UrlParts PartsOf(const std::shared_ptr<CURLU>& url) {
+    if (!url)
         return {};
     const auto part = [&](CURLUPart which) {
         char* text = nullptr;
-        curl_url_get(reader.get(), which, &text, CURLU_DEFAULT_PORT);
+        curl_url_get(url.get(), which, &text, CURLU_DEFAULT_PORT);
         std::string result = text ? ToLower(text) : std::string();
         curl_free(text);
         return result;

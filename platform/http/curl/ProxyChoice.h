@@ -1,5 +1,8 @@
 #pragma once
 
+#include <curl/curl.h>
+
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -12,8 +15,13 @@ struct UrlParts {
     std::string port;   // as given, else the scheme's own
     bool operator==(const UrlParts&) const = default;
 };
-/// Scheme "" for what is no absolute URL, or one that can't be asked for.
-UrlParts PartsOf(std::string_view url);
+/// The URL as an exchange reads it; nullptr for what is no absolute URL, or one that can't be asked
+/// for. Who goes there and who chooses by its parts share one reading: a second reader might see
+/// another host in "http://one\\@other/", and send it what was meant for the first.
+std::shared_ptr<CURLU> ReadUrl(std::string_view url);
+/// Without a URL, scheme "".
+UrlParts PartsOf(const std::shared_ptr<CURLU>& url);
+inline UrlParts PartsOf(std::string_view url) { return PartsOf(ReadUrl(url)); }
 
 /// The proxy for a URL out of a list of "[scheme=][scheme://]host[:port]" separated by ";" and
 /// blanks: the first for the URL's scheme, else the first for any; "" for none. Always with a port,

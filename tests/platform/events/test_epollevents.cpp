@@ -66,6 +66,19 @@ TEST_F(EpollEventsTest, ATimerRepeatsUntilItIsCancelled) {
     EXPECT_FALSE(until([&] { return ticks > 5; }, 50ms));
 }
 
+TEST_F(EpollEventsTest, ATimerBehindACancelledOneComesInItsTime) {
+    bool came = false, later = false;
+    m_events->AddTimer(10s, [&] { later = true; });
+    const auto first = m_events->AddTimer(5ms, [] {});
+    m_events->Cancel(first);
+    const auto start = Clock::now();
+    m_events->AddTimer(40ms, [&] { came = true; });
+    EXPECT_TRUE(until([&] { return came; }));
+    EXPECT_GE(Clock::now() - start, 39ms);
+    EXPECT_LT(Clock::now() - start, 500ms);
+    EXPECT_FALSE(later);
+}
+
 TEST_F(EpollEventsTest, TimersComeInTheOrderOfTheirTimes) {
     std::string order;
     m_events->AddTimer(30ms, [&] { order += 'c'; });

@@ -90,6 +90,23 @@ TEST_F(CurlRequestTest, RequestObjectsShareOneConnection) {
     EXPECT_EQ(server->connections(), 1);
 }
 
+TEST_F(CurlRequestTest, AConnectionThatEndsAtRestKeepsNobodyBusy) {
+    server = std::make_unique<ScriptedServer>([](const std::string&) {
+        return ScriptedServer::Answer{Ok("x"), true};
+    });
+    // a name, whose reader has descriptors of its own, and the numbers of closed ones come again
+    const std::string url = "http://localhost:" + std::to_string(server->port()) + "/";
+    for (int i = 1; i <= 3; ++i) {
+        EXPECT_EQ(get(url)->Status(), 200) << i;
+        int turns = 0;
+        for (const auto end = Steady::now() + std::chrono::milliseconds(150); Steady::now() < end;
+             ++turns)
+            events->Run(std::chrono::milliseconds(50));
+        EXPECT_LT(turns, 20) << i;
+        EXPECT_EQ(server->connections(), i);
+    }
+}
+
 TEST_F(CurlRequestTest, DotsInThePathStay) {
     answer(Ok("x"));
     get(server->url("/../b c.html"));
