@@ -18,7 +18,7 @@ namespace kr {
 class TableRowCells {
 public:
     TableRowCells(const std::vector<Field>& fields, const Clock& clock)
-        : m_offset(LocalOffset(clock).count()), m_cells(fields.size()), m_texts(fields.size()) {
+        : m_offset(LocalOffset(clock).count()), m_cells(fields.size()), m_made(fields.size()) {
         for (const Field& field : fields)
             m_types.push_back(field.type);
     }
@@ -59,15 +59,15 @@ public:
             return;
         RecordsetCell& out = m_cells[field];
         out.kind = Kind::Text;
-        std::string& own = m_texts[field];
+        Made& made = m_made[field];
         if (cell.isText())
             out.text = cell.bytes;
         else if (cell.type == PropType::Binary)
-            out.text = hexOf(cell.bytes, own);
+            out.text = hexOf(cell.bytes, made);
         else if (cell.type == PropType::Boolean)
             out.text = cell.integer != 0 ? "True" : "False";
         else if (isWhole(cell))
-            out.text = own = std::to_string(cell.integer);
+            out.text = (made = {std::to_string(cell.integer), {}}).text;
         else
             out.kind = Kind::Null;
     }
@@ -82,25 +82,32 @@ private:
         out.integer = number;
     }
 
+    /// The text of a cell that isn't one in the table.
+    struct Made {
+        std::string text;
+        std::string id; // whose digits the text is, or none
+    };
+
     /// Ids of one folder differ in their last bytes only, so the digits of the one before serve.
-    std::string_view hexOf(std::string_view bytes, std::string& digits) {
-        if (m_lastID.size() != bytes.size()) {
-            m_lastID = bytes;
-            return digits = HexOf(bytes.data(), bytes.size());
+    static std::string_view hexOf(std::string_view bytes, Made& made) {
+        constexpr size_t kTail = 4;
+        const size_t same = bytes.size() > kTail ? bytes.size() - kTail : 0;
+        if (made.id.size() != bytes.size() ||
+            !bytes.starts_with(std::string_view(made.id).substr(0, same))) {
+            made.id = bytes;
+            return made.text = HexOf(bytes.data(), bytes.size());
         }
-        const auto changed = std::mismatch(bytes.begin(), bytes.end(), m_lastID.begin()).first;
-        const auto same = static_cast<size_t>(changed - bytes.begin());
-        const std::string tail = HexOf(bytes.data() + same, bytes.size() - same);
-        digits.replace(same * 2, tail.size(), tail);
-        m_lastID = bytes;
-        return digits;
+        const std::string_view tail = bytes.substr(same);
+        std::ranges::copy(tail, made.id.begin() + static_cast<ptrdiff_t>(same));
+        std::ranges::copy(HexOf(tail.data(), tail.size()),
+                          made.text.begin() + static_cast<ptrdiff_t>(same * 2));
+        return made.text;
     }
 
     int64_t m_offset; // one offset for all dates, as UTCToLocal has it
     std::vector<FieldType> m_types;
     std::vector<RecordsetCell> m_cells;
-    std::vector<std::string> m_texts;
-    std::string m_lastID;
+    std::vector<Made> m_made;
 };
 
 } // namespace kr

@@ -18,13 +18,6 @@ std::string raw(T value) {
     return out;
 }
 
-template <class T>
-T from(std::string_view payload) {
-    T value{};
-    std::memcpy(&value, payload.data(), std::min(sizeof value, payload.size()));
-    return value;
-}
-
 void appendVarint(std::string& out, uint64_t value) {
     for (; value >= 0x80; value >>= 7)
         out += static_cast<char>(value | 0x80);
@@ -39,12 +32,6 @@ std::string encodeList(const Strings& list) {
         out += text;
     }
     return out;
-}
-
-int64_t secondsOf(int64_t ticks) {
-    // floor, so that times before 1601 do not jump
-    return (ticks >= 0 ? ticks / kTicksPerSecond : -((-(ticks + 1)) / kTicksPerSecond) - 1) -
-           kFileTimeEpoch;
 }
 
 } // namespace
@@ -95,34 +82,6 @@ std::string EncodePayload(const Value& value) {
         std::string operator()(const Strings& v) const { return encodeList(v); }
     };
     return std::visit(Encode{}, value.variant());
-}
-
-void DecodeCell(PropType type, std::string_view payload, TableCell& cell) {
-    cell.type = type;
-    switch (type) {
-    case PropType::Short:
-        cell.integer = from<int16_t>(payload);
-        break;
-    case PropType::Long:
-        cell.integer = from<int32_t>(payload);
-        break;
-    case PropType::Boolean:
-        cell.integer = from<uint8_t>(payload);
-        break;
-    case PropType::Currency:
-        cell.integer = from<int64_t>(payload);
-        break;
-    case PropType::Time:
-        cell.integer = secondsOf(from<int64_t>(payload));
-        break;
-    case PropType::Double:
-    case PropType::Double5:
-        cell.real = from<double>(payload);
-        break;
-    default:
-        cell.bytes = payload;
-        break;
-    }
 }
 
 Value DecodePayload(PropType type, std::string_view payload) {
@@ -186,6 +145,6 @@ int64_t NowTicks() {
            kFileTimeEpoch * kTicksPerSecond;
 }
 
-Time TimeOfTicks(int64_t ticks) { return Time(std::chrono::seconds(secondsOf(ticks))); }
+Time TimeOfTicks(int64_t ticks) { return Time(std::chrono::seconds(blob::SecondsOf(ticks))); }
 
 } // namespace kr::sqlite

@@ -30,6 +30,9 @@ struct RawProperty {
     uint64_t length = 0;
 };
 
+constexpr int64_t kFileTimeEpoch = 11644473600; // seconds from 1601 to 1970
+constexpr int64_t kTicksPerSecond = 10'000'000;
+
 constexpr char kBlobVersion = 1;
 constexpr uint64_t kVariableSize = UINT64_MAX;
 namespace blob {
@@ -61,6 +64,22 @@ constexpr auto kSizes = [] {
         sizes[type] = SizeOfType(type);
     return sizes;
 }();
+
+/// A number as it stands in a blob; a payload that is too short gives its first bytes.
+template <class T>
+T NumberOf(std::string_view payload) {
+    T value{};
+    if (payload.size() >= sizeof value)
+        std::memcpy(&value, payload.data(), sizeof value); // one move, not a call
+    else
+        std::memcpy(&value, payload.data(), payload.size());
+    return value;
+}
+constexpr int64_t SecondsOf(int64_t ticks) {
+    // floor, so that times before 1601 do not jump
+    return (ticks >= 0 ? ticks / kTicksPerSecond : -((-(ticks + 1)) / kTicksPerSecond) - 1) -
+           kFileTimeEpoch;
+}
 } // namespace blob
 
 /// Size of a fixed type; kVariableSize for a value behind its length; 0 for a list, which says by
@@ -175,7 +194,33 @@ private:
 /// A value in the form that a blob holds it.
 std::string EncodePayload(const Value& value);
 /// A view for a table; list texts stay encoded.
-void DecodeCell(PropType type, std::string_view payload, TableCell& cell);
+inline void DecodeCell(PropType type, std::string_view payload, TableCell& cell) {
+    cell.type = type;
+    switch (type) {
+    case PropType::Short:
+        cell.integer = blob::NumberOf<int16_t>(payload);
+        break;
+    case PropType::Long:
+        cell.integer = blob::NumberOf<int32_t>(payload);
+        break;
+    case PropType::Boolean:
+        cell.integer = blob::NumberOf<uint8_t>(payload);
+        break;
+    case PropType::Currency:
+        cell.integer = blob::NumberOf<int64_t>(payload);
+        break;
+    case PropType::Time:
+        cell.integer = blob::SecondsOf(blob::NumberOf<int64_t>(payload));
+        break;
+    case PropType::Double:
+    case PropType::Double5:
+        cell.real = blob::NumberOf<double>(payload);
+        break;
+    default:
+        cell.bytes = payload;
+        break;
+    }
+}
 Value DecodePayload(PropType type, std::string_view payload);
 
 /// The type under which a blob holds it: one for both text types, and for both lists.
@@ -187,8 +232,6 @@ std::optional<Value> ToType(const Value& value, PropType type);
 /// The type that a value has by itself.
 PropType TypeOfValue(const Value& value);
 
-constexpr int64_t kFileTimeEpoch = 11644473600; // seconds from 1601 to 1970
-constexpr int64_t kTicksPerSecond = 10'000'000;
 /// Ticks of 100 ns since 1601.
 int64_t NowTicks();
 Time TimeOfTicks(int64_t ticks);
