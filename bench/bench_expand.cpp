@@ -9,13 +9,14 @@
 #include <string>
 
 #include "bench/Measure.h"
+#include "bench/People.h"
 #include "contacts/basExpand.h"
-#include "platform/store/sqlite/Organisation.h"
-#include "tests/support/World.h"
 
 namespace {
 
 using namespace kr;
+using bench::AddEntry;
+using bench::DnOf;
 using bench::millisecondsOf;
 
 constexpr int kPeople = 10'000;
@@ -23,24 +24,11 @@ constexpr int kPerList = 100;
 constexpr int kFan = 10; // lists in a list
 constexpr int kRounds = 15;
 
-std::string dn(const std::string& alias) { return "/o=Example/ou=First/cn=Recipients/cn=" + alias; }
-
-void addEntry(Organisation& org, const std::string& alias, int displayType) {
-    NewAddressEntry entry;
-    entry.dn = dn(alias);
-    entry.name = "Person Number " + alias;
-    entry.alias = alias;
-    entry.smtp = alias + "@mail.example.test";
-    entry.proxies = {"smtp:" + alias + "@old.example.test"};
-    entry.displayType = displayType;
-    org.AddEntry(entry);
-}
-
 /// Lists of people, lists of these, and the top one; every list holds the top one as well.
 int addLists(World& world) {
     Organisation org(world.storePath());
     org.Begin();
-    addEntry(org, "top", 1);
+    AddEntry(org, "top", 1);
     int lists = 1;
     for (int i = 0; i < kPeople; ++i) {
         const int inner = i / kPerList;
@@ -48,18 +36,18 @@ int addLists(World& world) {
         if (i % kPerList == 0) {
             const std::string group = "group" + std::to_string(inner / kFan);
             if (inner % kFan == 0) {
-                addEntry(org, group, 1);
-                org.AddMember(dn("top"), dn(group));
-                org.AddMember(dn(group), dn("top"));
+                AddEntry(org, group, 1);
+                org.AddMember(DnOf("top"), DnOf(group));
+                org.AddMember(DnOf(group), DnOf("top"));
                 ++lists;
             }
-            addEntry(org, list, 1);
-            org.AddMember(dn(group), dn(list));
-            org.AddMember(dn(list), dn("top"));
+            AddEntry(org, list, 1);
+            org.AddMember(DnOf(group), DnOf(list));
+            org.AddMember(DnOf(list), DnOf("top"));
             ++lists;
         }
-        addEntry(org, "person" + std::to_string(i), 0);
-        org.AddMember(dn(list), dn("person" + std::to_string(i)));
+        AddEntry(org, "person" + std::to_string(i), 0);
+        org.AddMember(DnOf(list), DnOf("person" + std::to_string(i)));
     }
     org.Commit();
     return lists;
