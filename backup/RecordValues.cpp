@@ -1,16 +1,15 @@
 #include "backup/RecordValues.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 #include <span>
 #include <type_traits>
 
 #include "core/DbText.h"
 #include "core/Text.h"
+#include "core/XmlValues.h"
 #include "core/basDate.h"
 #include "core/basText.h"
 
@@ -37,29 +36,6 @@ constexpr TypePair kRead[] = {
 
 constexpr int kMoneyDigits = 4;
 constexpr double kMoneyScale = 10000;
-
-std::string dateText(Time date) {
-    SystemTime t;
-    DateToSystemTime(date, t);
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d", t.year, t.month, t.day,
-                  t.hour, t.minute, t.second);
-    return text.data();
-}
-
-std::string moneyText(Currency amount) {
-    const bool negative = amount.scaled < 0;
-    const auto scaled =
-        negative ? 0 - static_cast<uint64_t>(amount.scaled) : static_cast<uint64_t>(amount.scaled);
-    std::string digits = std::to_string(scaled);
-    if (digits.size() <= kMoneyDigits)
-        digits.insert(0, kMoneyDigits + 1 - digits.size(), '0');
-    digits.insert(digits.size() - kMoneyDigits, ".");
-    digits.erase(digits.find_last_not_of('0') + 1);
-    if (digits.ends_with('.'))
-        digits.pop_back();
-    return (negative ? "-" : "") + digits;
-}
 
 /// Rounded to the nearest, halves to the even one; nothing outside of the type.
 template <class Number>
@@ -134,9 +110,9 @@ std::optional<PropType> VariantTypeToProperty(int type) {
 
 std::string RecordText(const Value& value) {
     if (const auto* date = value.get<Time>())
-        return dateText(*date);
+        return XmlDateText(*date);
     if (const auto* amount = value.get<Currency>())
-        return moneyText(*amount);
+        return XmlAmountText(*amount);
     return DbText(value);
 }
 

@@ -7,7 +7,7 @@
 #include "core/CBase64.h"
 #include "core/Text.h"
 #include "core/basText.h"
-#include "push/ChannelForm.h"
+#include "push/basMBL.h"
 
 namespace kr {
 

@@ -10,6 +10,7 @@
 #include "core/Trap.h"
 #include "core/basDate.h"
 #include "core/basStore.h"
+#include "push/basMBL.h"
 #include "push/basMPL.h"
 
 namespace kr {

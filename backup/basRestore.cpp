@@ -9,6 +9,7 @@
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basStore.h"
+#include "push/basMBL.h"
 #include "push/basMPL.h"
 
 namespace kr {

@@ -10,7 +10,9 @@
 #include "bench/QuietProgress.h"
 #include "handhelds/basHandhelds.h"
 #include "platform/http/curl/CurlHttp.h"
+#include "push/ResultDocument.h"
 #include "push/basMBL.h"
+#include "push/basMBLPush.h"
 #include "push/basTargets.h"
 
 namespace {

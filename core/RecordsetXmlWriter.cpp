@@ -10,6 +10,7 @@
 #include "core/RecordsetXml.h"
 #include "core/RecordsetXmlNames.h"
 #include "core/Text.h"
+#include "core/XmlValues.h"
 #include "core/basDate.h"
 #include "core/basText.h"
 
@@ -24,33 +25,6 @@ template <class Number>
 std::string numberText(Number number) {
     std::array<char, 40> text{};
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
-}
-
-std::string moneyText(Currency amount) {
-    const bool negative = amount.scaled < 0;
-    const auto scaled =
-        negative ? 0 - static_cast<uint64_t>(amount.scaled) : static_cast<uint64_t>(amount.scaled);
-    std::string fraction = std::to_string(10000 + scaled % 10000).substr(1);
-    fraction.erase(fraction.find_last_not_of('0') + 1);
-    return (negative ? "-" : "") + std::to_string(scaled / 10000) +
-           (fraction.empty() ? "" : "." + fraction);
-}
-
-std::string dateTimeText(Time date) {
-    SystemTime t;
-    DateToSystemTime(date, t);
-    std::string text = "0000-00-00T00:00:00";
-    const auto put = [&text](size_t end, unsigned number) {
-        for (; number > 0; number /= 10)
-            text[--end] = static_cast<char>('0' + number % 10);
-    };
-    put(4, t.year);
-    put(7, t.month);
-    put(10, t.day);
-    put(13, t.hour);
-    put(16, t.minute);
-    put(19, t.second);
-    return text;
 }
 
 /// A text as the value of an attribute; line ends and tabs by their numbers, as a reader would else
@@ -82,9 +56,9 @@ std::string cellText(const Value& value, bool variant) {
     if (const auto* flag = value.get<bool>())
         return *flag ? "True" : "False";
     if (const auto* date = value.get<Time>())
-        return variant ? FormatDate(*date) : dateTimeText(*date);
+        return variant ? FormatDate(*date) : XmlDateText(*date);
     if (const auto* amount = value.get<Currency>())
-        return moneyText(*amount);
+        return XmlAmountText(*amount);
     if (const auto* number = value.get<double>())
         return numberText(*number);
     return numberText(value.integerOr(0));

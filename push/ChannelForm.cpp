@@ -21,7 +21,6 @@ namespace {
 
 constexpr std::string_view kPngStart{"\x89PNG\r\n\x1A\n", 8};
 constexpr uintmax_t kLargestIcon = 1 << 20; // bytes
-constexpr int kOldMaxContent = 250;         // KB that a 0 means in records of older versions
 
 /// What is logged and told when an icon can't be saved.
 struct IconTexts {
@@ -101,13 +100,8 @@ bool ChannelForm::Load(AgentSession& session, const EntryID& listId) {
 }
 
 void ChannelForm::loadIcons(RDOMessage& list) {
-    const auto attachments = list.Attachments();
-    for (int i = 1; i <= attachments->Count(); ++i) {
-        const auto attachment = attachments->Item(i);
-        for (size_t which = 0; which < m_icons.size(); ++which)
-            if (attachment->DisplayName() == kIconAttachments[which])
-                m_icons[which].png = attachment->Content();
-    }
+    for (const ChannelIcon which : {ChannelIcon::Unread, ChannelIcon::Read})
+        m_icons[static_cast<size_t>(which)].png = ReadChannelIcon(list, which);
 }
 
 void ChannelForm::TickChild() {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "core/AgentSession.h"
+#include "push/basMBL.h"
 
 /// What frmBrowserChannel and frmBrowserMessage show and write, without their windows.
 namespace kr {
@@ -22,9 +23,6 @@ inline constexpr NumberRule kDepthRule{0, 5, 0};        // levels
 inline constexpr NumberRule kMaxContentRule{1, 999, 0}; // KB
 /// The number of a text, forced into the limits.
 int ForceNumber(std::string_view text, const NumberRule& rule);
-
-enum class ChannelIcon { Unread, Read };
-inline constexpr std::string_view kIconAttachments[] = {"UnreadIcon", "ReadIcon"};
 
 /// A file's bytes when they begin as a PNG does; throws PlatformError with the reason otherwise.
 Bytes ReadPngFile(const std::string& path);

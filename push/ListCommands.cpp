@@ -1,6 +1,7 @@
 #include "push/ListCommands.h"
 
 #include "console/ListCounts.h"
+#include "contacts/basActivation.h"
 #include "core/Trap.h"
 #include "core/basStore.h"
 
@@ -8,11 +9,27 @@ namespace kr {
 
 namespace {
 
+constexpr std::string_view kProperties = "mnuActionmnuProps";
+constexpr std::string_view kActivate = "mnuActionActivate";
+constexpr std::string_view kInactivate = "mnuActionInactivate";
+
 void showCount(Console& console) {
     console.ShowStatus(CountText(Counted::List, static_cast<int64_t>(console.list().Count())));
 }
 
 } // namespace
+
+std::vector<EntryID> ListRecords(const RDOFolderPtr& folder, std::string_view messageClass,
+                                 std::string_view what, std::string& reason) {
+    if (!folder) {
+        reason = "The folder of the " + std::string(what) + " can't be opened.";
+        return {};
+    }
+    return Trap([&] { return RequireMessageIDs(*folder, messageClass, ""); },
+                [&](const Trapped& error) {
+                    reason = "The " + std::string(what) + " can't be read: " + error.description;
+                });
+}
 
 void AddListRows(Console& console, const PushListKind& kind, const std::vector<EntryID>& lists,
                  std::string_view tag) {
@@ -34,9 +51,15 @@ void AddListRows(Console& console, const PushListKind& kind, const std::vector<E
     }
 }
 
-void RefreshListRow(Console& console, const PushListKind& kind, const EntryID& id) {
+void ShowListCount(Console& console, const PushListKind& kind) {
     if (kind.isNode(console.CurrentTag()))
         showCount(console);
+    else
+        console.ShowStatus("");
+}
+
+void RefreshListRow(Console& console, const PushListKind& kind, const EntryID& id) {
+    ShowListCount(console, kind);
     if (console.list().Find(id.text()) == ListModel::npos)
         return;
     const auto row = TrapSilently([&]() -> std::optional<ListRow> {
@@ -78,9 +101,36 @@ void EditList(Console& console, const PushListKind& kind, const PushForms::Edit&
         console.GoToRow(saved.text(), node);
 }
 
+void ActivateLists(Console& console, const PushListKind& kind, bool activate) {
+    for (const ListRow& row : SelectedLists(console, kind))
+        if (row.ghosted == activate &&
+            ChangeActivation(console.session(), EntryID(row.key), NameOfList(row), activate))
+            RefreshListRow(console, kind, EntryID(row.key));
+}
+
 bool AskToDelete(Console& console, const ListRow& row) {
     return console.session().ui().MsgBox("Delete " + NameOfList(row) + "?", BoxIcon::Question,
                                          BoxButtons::YesNo) == BoxAnswer::Yes;
+}
+
+bool PushListRowKind::Run(Console& console, std::string_view command) {
+    if (command == kActivate || command == kInactivate) {
+        ActivateLists(console, m_kind, command == kActivate);
+        return true;
+    }
+    if (command != kProperties)
+        return false;
+    if (const auto rows = SelectedLists(console, m_kind); !rows.empty())
+        EditList(console, m_kind, m_form, EntryID(rows.front().key));
+    return true;
+}
+
+/// A push of several would begin, and end, with the first of them.
+void PushListRowKind::AdjustMenu(Console& console, std::vector<MenuEntryState>& entries) {
+    const bool one = SelectedLists(console, m_kind).size() == 1;
+    for (MenuEntryState& entry : entries)
+        if (entry.name == m_kind.pushCommand)
+            entry.enabled = entry.enabled && one;
 }
 
 } // namespace kr

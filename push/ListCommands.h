@@ -13,6 +13,8 @@
 namespace kr {
 
 struct PushListKind {
+    std::string_view deleteCommand;
+    std::string_view pushCommand;         // for one list at a time
     bool (*isNode)(std::string_view tag); // a node that shows such lists
     bool (*isRow)(std::string_view tag);
     void (*load)(Console& console);
@@ -20,9 +22,15 @@ struct PushListKind {
     std::optional<ListRow> (*row)(AgentSession& session, RDOMessage& list);
 };
 
+/// The records of that class in the folder, `what` they are in the plural; nothing, with the reason
+/// for the status bar, when they can't be read.
+std::vector<EntryID> ListRecords(const RDOFolderPtr& folder, std::string_view messageClass,
+                                 std::string_view what, std::string& reason);
 /// Adds a row for each of these records; one that can't be read is skipped, and logged with `tag`.
 void AddListRows(Console& console, const PushListKind& kind, const std::vector<EntryID>& lists,
                  std::string_view tag);
+/// The count of the lists in the status bar, behind whatever else stood there.
+void ShowListCount(Console& console, const PushListKind& kind);
 /// Shows a row as its record is now, and the count of the lists again.
 void RefreshListRow(Console& console, const PushListKind& kind, const EntryID& list);
 /// Takes the row of a list that is gone out.
@@ -35,6 +43,22 @@ std::string NameOfList(const ListRow& row);
 /// Shows the dialog; what it saved is selected in the list, which is loaded anew.
 void EditList(Console& console, const PushListKind& kind, const PushForms::Edit& form,
               const EntryID& list);
+/// Switches the selected lists on or off; those that are so already are left alone.
+void ActivateLists(Console& console, const PushListKind& kind, bool activate);
 bool AskToDelete(Console& console, const ListRow& row);
+
+/// The rows of such lists.
+class PushListRowKind : public NodeKind {
+public:
+    PushListRowKind(std::string_view tag, const PushListKind& kind, PushForms::Edit form)
+        : NodeKind(std::string(tag)), m_kind(kind), m_form(std::move(form)) {}
+    std::string_view DeleteCommand() const override { return m_kind.deleteCommand; }
+    bool Run(Console& console, std::string_view command) override;
+    void AdjustMenu(Console& console, std::vector<MenuEntryState>& entries) override;
+
+private:
+    const PushListKind& m_kind; // a constant of the program
+    PushForms::Edit m_form;
+};
 
 } // namespace kr

@@ -3,11 +3,12 @@
 #include <algorithm>
 
 #include "console/ListCounts.h"
-#include "contacts/basActivation.h"
 #include "core/basStore.h"
 #include "handhelds/basHandhelds.h"
 #include "push/ListCommands.h"
 #include "push/basMBL.h"
+#include "push/basMBLDelete.h"
+#include "push/basMBLPush.h"
 
 namespace kr {
 
@@ -18,9 +19,8 @@ constexpr std::string_view kChannelTag = "mbl:channel";
 constexpr std::string_view kMessageTag = "mbl:message";
 constexpr std::string_view kTitle = "Mandatory Browser Channels";
 
-constexpr std::string_view kProperties = "mnuActionmnuProps";
-constexpr std::string_view kActivate = "mnuActionActivate";
-constexpr std::string_view kInactivate = "mnuActionInactivate";
+constexpr std::string_view kDelete = "mnuBrowserDelete";
+constexpr std::string_view kPush = "mnuBrowserPush";
 
 std::vector<ListColumn> columns() {
     return {{"List Name", "txtname"},       {"Title", "txttitle"},        {"Targets", "txttargets"},
@@ -30,23 +30,26 @@ std::vector<ListColumn> columns() {
 void LvLoadBrowserLists(Console& console);
 
 constexpr PushListKind kLists{
+    kDelete,
+    kPush,
     [](std::string_view tag) { return std::ranges::find(kNodes, tag) != std::end(kNodes); },
     [](std::string_view tag) { return tag == kChannelTag || tag == kMessageTag; },
-    LvLoadBrowserLists, BrowserListRow};
+    LvLoadBrowserLists,
+    BrowserListRow};
 
 // --- the list
 
 std::string fillLists(Console& console) {
     AgentSession& session = console.session();
     const RDOFolderPtr folder = GetMblFolder(session);
-    if (!folder) {
+    if (!folder)
         session.log("LvLoadBrowserLists: no MBL folder");
-        return "The folder of the browser lists can't be opened.";
-    }
-    const auto ids = GetMessageIDs(session, *folder, kMblClass, "");
-    session.log("loading all browser lists, count: " + std::to_string(ids.size()));
+    std::string reason;
+    const auto ids = ListRecords(folder, kMblClass, "browser lists", reason);
+    if (reason.empty())
+        session.log("loading all browser lists, count: " + std::to_string(ids.size()));
     AddListRows(console, kLists, ids, "LvLoadBrowserLists");
-    return {};
+    return reason;
 }
 
 void LvLoadBrowserLists(Console& console) {
@@ -72,7 +75,10 @@ void pushList(Console& console, const PushForms& forms, const ListRow& row) {
     if (forms.frmPushResult)
         forms.frmPushResult("imgGlobe", [&](WebProgress& progress) {
             const RDOMessagePtr list = GetMessage(session, id);
-            return list && PushToList({session, console.tree(), progress}, *list);
+            const bool whole = list && PushToList({session, console.tree(), progress}, *list);
+            // the window may stand for long yet
+            RefreshListRow(console, kLists, id);
+            return whole;
         });
     RefreshListRow(console, kLists, id);
 }
@@ -82,25 +88,13 @@ void pushSelected(Console& console, const PushForms& forms) {
         pushList(console, forms, rows.front());
 }
 
-void deleteLists(Console& console) {
-    AgentSession& session = console.session();
+void deleteLists(Console& console, const PushForms::Window& window) {
     for (const ListRow& row : SelectedLists(console, kLists)) {
-        if (!AskToDelete(console, row))
-            continue;
-        const bool gone = [&] {
-            const WaitCursor wait(session.ui());
-            return DeleteBrowserList(session, console.tree(), EntryID(row.key));
-        }();
-        if (gone)
-            RemoveListRow(console, EntryID(row.key));
+        const EntryID id(row.key);
+        if (AskToDelete(console, row) &&
+            DeleteBrowserList(console.session(), console.tree(), window, id))
+            RemoveListRow(console, id);
     }
-}
-
-void activateRows(Console& console, bool activate) {
-    for (const ListRow& row : SelectedLists(console, kLists))
-        if (row.ghosted == activate &&
-            ChangeActivation(console.session(), EntryID(row.key), NameOfList(row), activate))
-            RefreshListRow(console, kLists, EntryID(row.key));
 }
 
 // --- the kinds
@@ -111,46 +105,27 @@ public:
     void Load(Console& console, TreeNode&) override { LvLoadBrowserLists(console); }
 };
 
-class MblRowKind : public NodeKind {
-public:
-    MblRowKind(std::string_view tag, PushForms::Edit form)
-        : NodeKind(std::string(tag)), m_form(std::move(form)) {}
-    std::string_view DeleteCommand() const override { return "mnuBrowserDelete"; }
-    bool Run(Console& console, std::string_view command) override {
-        if (command == kProperties)
-            properties(console);
-        else if (command == kActivate || command == kInactivate)
-            activateRows(console, command == kActivate);
-        else
-            return false;
-        return true;
-    }
-
-private:
-    void properties(Console& console) {
-        if (const auto rows = SelectedLists(console, kLists); !rows.empty())
-            EditList(console, kLists, m_form, EntryID(rows.front().key));
-    }
-    PushForms::Edit m_form;
-};
-
 } // namespace
 
 void RegisterMblKinds(Console& console, const PushForms& forms) {
     for (const std::string_view node : kNodes)
         console.RegisterKind(std::make_unique<MblNodeKind>(std::string(node)));
-    console.RegisterKind(std::make_unique<MblRowKind>(kChannelTag, forms.frmBrowserChannel));
-    console.RegisterKind(std::make_unique<MblRowKind>(kMessageTag, forms.frmBrowserMessage));
+    console.RegisterKind(
+        std::make_unique<PushListRowKind>(kChannelTag, kLists, forms.frmBrowserChannel));
+    console.RegisterKind(
+        std::make_unique<PushListRowKind>(kMessageTag, kLists, forms.frmBrowserMessage));
     console.RegisterCommand("mnuBrowserChannelAdd", [form = forms.frmBrowserChannel](Console& c) {
         EditList(c, kLists, form, EntryID());
     });
     console.RegisterCommand("mnuBrowserMessageAdd", [form = forms.frmBrowserMessage](Console& c) {
         EditList(c, kLists, form, EntryID());
     });
-    console.RegisterCommand("mnuBrowserPush", [forms](Console& c) { pushSelected(c, forms); });
-    console.RegisterCommand("mnuBrowserDelete", deleteLists);
-    console.RegisterCommand("mnuBrowserClear",
-                            [](Console& c) { ClearBrowserChannels(c.session(), c.tree()); });
+    console.RegisterCommand(kPush, [forms](Console& c) { pushSelected(c, forms); });
+    console.RegisterCommand(kDelete,
+                            [window = forms.frmPushResult](Console& c) { deleteLists(c, window); });
+    console.RegisterCommand("mnuBrowserClear", [window = forms.frmPushResult](Console& c) {
+        ClearBrowserChannels(c.session(), c.tree(), window);
+    });
     console.RegisterCommand("mnuBrowserTARN", [form = forms.frmTarnProps](Console&) {
         if (form)
             form();

@@ -1,9 +1,8 @@
 #include "push/MplKinds.h"
 
 #include "console/ListCounts.h"
-#include "core/Trap.h"
-#include "core/basStore.h"
 #include "push/ListCommands.h"
+#include "push/basMBL.h"
 #include "push/basMPL.h"
 
 namespace kr {
@@ -12,14 +11,17 @@ namespace {
 
 constexpr std::string_view kRootTag = "mplroot";
 constexpr std::string_view kListTag = "mpl";
-constexpr std::string_view kProperties = "mnuActionmnuProps";
 constexpr std::string_view kDelete = "mnuMplDelete";
+constexpr std::string_view kPush = "mnuMplPush";
 
 void LvLoadPushLists(Console& console);
 
 constexpr PushListKind kLists{
+    kDelete,
+    kPush,
     [](std::string_view tag) { return tag == kRootTag; },
-    [](std::string_view tag) { return tag == kListTag; }, LvLoadPushLists,
+    [](std::string_view tag) { return tag == kListTag; },
+    LvLoadPushLists,
     [](AgentSession& session, RDOMessage& list) -> std::optional<ListRow> {
         return PushListRow(session, list);
     }};
@@ -27,14 +29,8 @@ constexpr PushListKind kLists{
 // --- the list
 
 std::string fillLists(Console& console) {
-    const RDOFolderPtr folder = GetMplFolder(console.session());
-    if (!folder)
-        return "The folder of the push lists can't be opened.";
     std::string reason;
-    const auto ids = Trap([&] { return RequireMessageIDs(*folder, kMplClass, ""); },
-                          [&](const Trapped& error) {
-                              reason = "The push lists can't be read: " + error.description;
-                          });
+    const auto ids = ListRecords(GetMplFolder(console.session()), kMplClass, "push lists", reason);
     AddListRows(console, kLists, ids, "LvLoadPushLists");
     return reason;
 }
@@ -89,32 +85,15 @@ public:
     void Load(Console& console, TreeNode&) override { LvLoadPushLists(console); }
 };
 
-class MplRowKind : public NodeKind {
-public:
-    explicit MplRowKind(PushForms::Edit form)
-        : NodeKind(std::string(kListTag)), m_form(std::move(form)) {}
-    std::string_view DeleteCommand() const override { return kDelete; }
-    bool Run(Console& console, std::string_view command) override {
-        if (command != kProperties)
-            return false;
-        if (const auto rows = SelectedLists(console, kLists); !rows.empty())
-            EditList(console, kLists, m_form, EntryID(rows.front().key));
-        return true;
-    }
-
-private:
-    PushForms::Edit m_form;
-};
-
 } // namespace
 
 void RegisterMplKinds(Console& console, const PushForms& forms) {
     console.RegisterKind(std::make_unique<MplNodeKind>());
-    console.RegisterKind(std::make_unique<MplRowKind>(forms.frmMPL));
+    console.RegisterKind(std::make_unique<PushListRowKind>(kListTag, kLists, forms.frmMPL));
     console.RegisterCommand(
         "mnuMplAdd", [form = forms.frmMPL](Console& c) { EditList(c, kLists, form, EntryID()); });
     console.RegisterCommand(
-        "mnuMplPush", [window = forms.frmPushResult](Console& c) { pushSelected(c, window); });
+        kPush, [window = forms.frmPushResult](Console& c) { pushSelected(c, window); });
     console.RegisterCommand(kDelete, deleteLists);
 }
 

@@ -50,6 +50,7 @@ void PdlForm::LoadLists(AgentSession& session, const PdlStop& stop) {
         return;
     if (!contacts.failure.empty())
         m_failure = PdlFailureText(session, m_pdl, contacts);
+    m_pinsKnown = contacts.pinsKnown;
     std::vector<ListRow> rows;
     for (; !contacts.table->EOF_(); contacts.table->MoveNext()) {
         ListRow& row = rows.emplace_back();
@@ -83,7 +84,11 @@ void PdlForm::loadTargets(AgentSession& session, const PdlStop& stop) {
                     },
                     stop);
         },
-        [&](const Trapped& error) { session.log("frmPDL: " + error.text()); });
+        [&](const Trapped& error) {
+            session.log("frmPDL: " + error.text());
+            rows.clear(); // a part would pass for all
+            m_targetFailure = "The targets can't be read: " + error.description;
+        });
     targets.AddAll(std::move(rows));
     targets.Sort(0, SortOrder::Ascending);
 }
@@ -124,6 +129,8 @@ void PdlForm::ghost() {
 std::string PdlForm::SourceCount() const {
     if (!m_failure.empty())
         return m_failure;
+    if (IsEnabled(PdlProtocol::PIN) && !m_pinsKnown)
+        return std::string(kNoPins);
     size_t count = 0;
     for (size_t i = 0; i < sources.Count(); ++i)
         count += sources.At(i).ghosted ? 0 : 1;
@@ -132,6 +139,8 @@ std::string PdlForm::SourceCount() const {
 }
 
 std::string PdlForm::TargetCount() const {
+    if (!m_targetFailure.empty())
+        return m_targetFailure;
     return "DL is available to " + std::to_string(targets.Count()) + " targets";
 }
 

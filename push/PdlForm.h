@@ -45,7 +45,8 @@ private:
     std::string m_name;
     PdlSource m_source = PdlSource::Recipients;
     CMsgPDL m_pdl{nullptr};
-    std::string m_failure;
+    std::string m_failure, m_targetFailure;
+    bool m_pinsKnown = true;
     bool m_changed = false;
 };
 

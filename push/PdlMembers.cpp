@@ -48,6 +48,7 @@ public:
         m_table = contacts.table;
         if (const auto handhelds = RequireHandhelds(m_session))
             m_handhelds = handhelds->Clone();
+        contacts.pinsKnown = m_handhelds != nullptr;
         if (contacts.source == PdlSource::Recipients)
             readRecipients();
         else
@@ -254,7 +255,7 @@ std::string LoadPdlRows(AgentSession& session, const CMsgPDL& pdl, const PdlSink
     contacts.table->SetFilter(BuildPDLFilter(id, pdl));
     for (; !contacts.table->EOF_() && !sink.stop(); contacts.table->MoveNext())
         sink.add(rowOf(*contacts.table, pdl));
-    return {};
+    return pdl.PIN && !contacts.pinsKnown ? std::string(kNoPins) : std::string();
 }
 
 } // namespace kr

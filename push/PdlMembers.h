@@ -29,6 +29,7 @@ struct PdlContacts {
     std::shared_ptr<Recordset> table; // never nullptr
     /// Why the contacts can't be read; "" when they could be.
     std::string failure;
+    bool pinsKnown = true; // the handheld records could be read
 };
 using PdlStop = std::function<bool()>;
 /// The contacts that the list takes from its source. PINs are those of the handheld records. `stop`
@@ -39,6 +40,9 @@ PdlSource PdlSourceOf(AgentSession& session, RDOMessage& mcl);
 /// Why a list shows no members after a failure. Numbers for SMS are to be had beside the agent
 /// only.
 std::string PdlFailureText(AgentSession& session, const CMsgPDL& pdl, const PdlContacts& contacts);
+
+/// What is told of contacts whose PINs can't be looked up.
+inline constexpr std::string_view kNoPins = "The handhelds can't be read, so no PIN is known.";
 
 /// The texts of the current contact: name, PIN, mobile phone, and e-mail address, which is empty
 /// where there is no real one.
@@ -52,7 +56,7 @@ struct PdlSink {
     std::function<void(ListRow)> add;
     PdlStop stop;
 };
-/// Gives a row for each member of the list; why there are none as text.
+/// Gives a row for each member of the list; why there are none, or not all, as text.
 std::string LoadPdlRows(AgentSession& session, const CMsgPDL& pdl, const PdlSink& sink);
 
 } // namespace kr

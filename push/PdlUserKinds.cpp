@@ -20,6 +20,7 @@ constexpr std::string_view kProperties = "mnuActionmnuProps";
 constexpr std::string_view kPush = "mnuPDLPush";
 constexpr std::string_view kView = "mnuPDLView";
 constexpr std::string_view kRemove = "mnuPDLRemoveUser";
+constexpr std::string_view kNoUsers = "The user data can't be read.";
 constexpr std::string_view kTextEnable = "mnuPDLTextEnable";
 constexpr std::string_view kTextDisable = "mnuPDLTextDisable";
 
@@ -29,13 +30,13 @@ std::string fillRecipients(Console& console) {
     AgentSession& session = console.session();
     const auto users = RequireUsers(session);
     if (!users)
-        return "The user data can't be read.";
+        return std::string(kNoUsers);
     const PushUserRows rows(session);
     const auto walk = users->Clone();
     ApplyFilter(session, *walk, "[PushSelected]=True");
     for (; !walk->EOF_() && !console.LoadOvertaken(); walk->MoveNext())
         console.AddRow(rows.RowOf(*walk));
-    return {};
+    return rows.Failure();
 }
 
 void listRecipients(Console& console) {
@@ -90,6 +91,10 @@ void refreshRow(Console& console, const std::string& key) {
 // --- the commands
 
 void addUsers(Console& console, const std::function<std::string()>& form) {
+    if (!RequireUsers(console.session())) {
+        console.ShowStatus(kNoUsers); // the dialog would show none to choose from
+        return;
+    }
     const auto ids = SplitNonEmpty(form ? form() : "", ";");
     for (const std::string& id : ids)
         SelectForPush(console.session(), EntryID(id), true);

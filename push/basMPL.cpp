@@ -4,6 +4,7 @@
 #include "core/basAgent.h"
 #include "core/basDate.h"
 #include "core/basStore.h"
+#include "push/basMBL.h"
 #include "push/basMDS.h"
 #include "push/basTargets.h"
 
@@ -14,15 +15,13 @@ namespace {
 /// What became of one row.
 enum class Outcome { Sent, NoServer, NoPin, Failed };
 
-Outcome pushTo(AgentSession& session, const Recordset& target, const std::string& payload) {
-    const auto text = [&](TargetField field) { return std::string(target.Text(Index(field))); };
-    const std::string server = text(TargetField::PushServer);
-    if (server.empty())
+Outcome pushTo(AgentSession& session, const PushTarget& target, const std::string& payload) {
+    if (target.server.empty())
         return Outcome::NoServer;
-    if (text(TargetField::PIN).empty())
+    if (target.pin.empty())
         return Outcome::NoPin;
-    const bool sent = PushMPL(session, server, text(TargetField::PIN), payload) ||
-                      PushMPL(session, server, text(TargetField::Email), payload);
+    const bool sent = PushMPL(session, target.server, target.pin, payload) ||
+                      PushMPL(session, target.server, target.email, payload);
     return sent ? Outcome::Sent : Outcome::Failed;
 }
 
@@ -42,7 +41,12 @@ void PushAlert(const PushContext& context, RDOMessage& list, const std::string& 
     const Log::Burst burst(session.log);
     session.log("PushAlertToList: pushing " + name);
     const auto targets = GetPushTargets(session, context.tree, targetNames);
-    if (!targets || targets->RecordCount() == 0) {
+    if (!targets) {
+        session.log("PushAlertToList: " + std::string(kNoHandhelds));
+        progress.AppendResult(kNoHandhelds);
+        return;
+    }
+    if (targets->RecordCount() == 0) {
         progress.AppendResult("Found no valid targets for " + name);
         return;
     }
@@ -50,8 +54,9 @@ void PushAlert(const PushContext& context, RDOMessage& list, const std::string& 
     progress.ShowStep("Pushing " + name + " to " + std::to_string(total) + " targets");
     int pushed = 0, failed = 0;
     for (targets->MoveFirst(); !targets->EOF_() && !progress.Cancelled(); targets->MoveNext()) {
-        const std::string target(targets->Text(Index(TargetField::Name)));
-        switch (pushTo(session, *targets, payload)) {
+        const PushTarget row = TargetOf(*targets);
+        const std::string& target = row.name;
+        switch (pushTo(session, row, payload)) {
         case Outcome::Sent:
             progress.AppendResult(target + ": message was sent to push server");
             ++pushed;

@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "core/ListModel.h"
+#include "push/PushContext.h"
 #include "push/PushForms.h"
-#include "push/basMBL.h"
 
 /// Mandatory push lists (MPL): one XML payload for an application on a set of handhelds.
 namespace kr {

@@ -1,6 +1,7 @@
 #include "push/basPDLUsers.h"
 
 #include "console/basUsers.h"
+#include "contacts/RequireTag.h"
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basAgent.h"
@@ -63,16 +64,19 @@ bool flagOf(const Recordset& user, UserFieldID field) {
 using FetchDates = std::unordered_map<std::string, std::optional<Time>>;
 
 /// The agent's notes of the last fetches, by PIN in lower case, local.
-FetchDates fetchesByPin(AgentSession& session) {
+FetchDates fetchesByPin(AgentSession& session, std::string& failure) {
     FetchDates fetches;
     const auto read = [&] {
         const RDOFolderPtr folder = GetHiddenFolder(session, kFetchFolder);
-        if (!folder)
+        if (!folder) { // there is none before the first fetch, or it can't be opened
+            if (session.agentInfo && session.agentInfo->Folders()->Item(kFetchFolder))
+                throw PlatformError(MAPI_E_CALL_FAILED, "The folder can't be opened.");
             return;
+        }
         const std::chrono::seconds offset = LocalOffset(session.platform.clock);
         const auto items = folder->Items();
         const MAPITablePtr table = items->Table();
-        table->Columns({PR_CONVERSATION_TOPIC, GetPropTag(*folder, kFetchKey, PropType::Time)});
+        table->Columns({PR_CONVERSATION_TOPIC, RequireTag(*folder, kFetchKey, PropType::Time)});
         for (TableRows rows = table->GetRows(); !rows.empty(); rows = table->GetRows())
             for (size_t i = 0; i < rows.rows; ++i) {
                 const TableCell& pin = rows.at(i, 0);
@@ -82,17 +86,24 @@ FetchDates fetchesByPin(AgentSession& session) {
                                     Time(std::chrono::seconds(date.integer) + offset));
             }
     };
-    Trap(read, [&](const Trapped& error) { session.log("LastFetch:" + error.text()); });
+    Trap(read, [&](const Trapped& error) {
+        session.log("LastFetch:" + error.text());
+        failure = "The last fetches can't be read: " + error.description;
+    });
     return fetches;
 }
 
 /// The same by address in lower case. The first handheld of an address counts, fetched or not.
-FetchDates fetchesByAddress(AgentSession& session) {
-    const FetchDates byPin = fetchesByPin(session);
+FetchDates fetchesByAddress(AgentSession& session, std::string& failure) {
+    const FetchDates byPin = fetchesByPin(session, failure);
     FetchDates fetches;
-    const auto handhelds = byPin.empty() ? nullptr : RequireHandhelds(session);
-    if (!handhelds)
+    if (byPin.empty())
         return fetches;
+    const auto handhelds = RequireHandhelds(session);
+    if (!handhelds) {
+        failure = "The last fetches can't be told: " + std::string(kNoHandhelds);
+        return fetches;
+    }
     const auto walk = handhelds->Clone();
     for (; !walk->EOF_(); walk->MoveNext()) {
         const auto found = byPin.find(ToLower(walk->Text(Index(HandheldField::PIN))));
@@ -199,7 +210,8 @@ void ShowPushState(ListRow& row, const Recordset& user) {
                                                              : kPushEnabledIcon;
 }
 
-PushUserRows::PushUserRows(AgentSession& session) : m_fetches(fetchesByAddress(session)) {}
+PushUserRows::PushUserRows(AgentSession& session)
+    : m_fetches(fetchesByAddress(session, m_failure)) {}
 
 ListRow PushUserRows::RowOf(const Recordset& user) const {
     const std::string email = text(user, UserFieldID::Email);

@@ -48,8 +48,11 @@ public:
     explicit PushUserRows(AgentSession& session);
     /// The row of the current user of the table.
     ListRow RowOf(const Recordset& user) const;
+    /// Why the column of the last fetches stays empty; "" when they could be read.
+    const std::string& Failure() const { return m_failure; }
 
 private:
+    std::string m_failure; // set while the fetches are read
     std::unordered_map<std::string, std::optional<Time>> m_fetches; // by address in lower case
 };
 

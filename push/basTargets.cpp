@@ -131,6 +131,12 @@ std::shared_ptr<Recordset> CreateTargetRecordset() {
     return targets;
 }
 
+PushTarget TargetOf(const Recordset& targets) {
+    const auto text = [&](TargetField field) { return std::string(targets.Text(Index(field))); };
+    return {text(TargetField::Name), text(TargetField::Email), text(TargetField::PIN),
+            text(TargetField::PushServer)};
+}
+
 std::shared_ptr<Recordset> GetPushTargets(AgentSession& session, TreeModel& tree,
                                           std::string_view names) {
     const auto handhelds = RequireHandhelds(session);

@@ -16,6 +16,14 @@ namespace kr {
 enum class TargetField : int { Name, Email, PIN, BESServer, PushServer };
 constexpr int Index(TargetField field) { return static_cast<int>(field); }
 std::shared_ptr<Recordset> CreateTargetRecordset();
+/// What a push needs of a row.
+struct PushTarget {
+    std::string name, email, pin, server;
+};
+/// The current row of a target table.
+PushTarget TargetOf(const Recordset& targets);
+/// What is told where there is no target table.
+inline constexpr std::string_view kNoHandhelds = "The handhelds can't be read.";
 
 /// "[field] LIKE 'value'". A value without wildcards is compared as a whole, which an index serves.
 std::string LikeFilter(std::string_view field, std::string_view value);

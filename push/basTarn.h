@@ -9,6 +9,9 @@
 /// packets to handhelds.
 namespace kr {
 
+/// Behind the address: where handhelds tell what they received.
+inline constexpr std::string_view kNotifyQuery = "?cmd=notify";
+
 /// `TARN.URL` of the agent message; "" when unset.
 std::string GetTarnURL(AgentSession& session);
 /// Writes it; false, with the reason in the log, when it can't be.

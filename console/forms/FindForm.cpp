@@ -8,6 +8,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QTreeView>
+#include <algorithm>
 
 #include "console/forms/FormTools.h"
 #include "console/forms/ListAdapter.h"
@@ -17,7 +18,7 @@ namespace kr {
 
 namespace {
 
-constexpr int kColumns = 84;
+constexpr int kColumns = 96; // three columns of long names and addresses
 constexpr int kLines = 24;
 
 FindCriterion criterionOf(const QComboBox& how, const QLineEdit& text) {
@@ -71,11 +72,24 @@ void FindForm::makeMenu() {
 void FindForm::onQuery() {
     const auto& [first, second] = m_controls.criteria;
     m_find(m_list, criterionOf(*first.how, *first.text), criterionOf(*second.how, *second.text));
-    FitColumns(*m_controls.list, m_list);
+    fitColumns();
     if (m_list.Count() == 0)
         return;
     m_controls.list->setCurrentIndex(m_adapter->index(0, 0));
     m_controls.list->setFocus();
+}
+
+/// The last column takes what the others leave, unless that cuts a text.
+void FindForm::fitColumns() {
+    QTreeView& list = *m_controls.list;
+    FitColumns(list, m_list, false);
+    const int last = m_adapter->columnCount() - 1;
+    if (last < 0)
+        return;
+    list.doItemsLayout(); // the scroll bar of the rows takes its room now
+    const int needed = list.columnWidth(last);
+    const int others = list.header()->length() - needed;
+    list.setColumnWidth(last, std::max(list.viewport()->width() - others, needed));
 }
 
 void FindForm::onGoTo() {

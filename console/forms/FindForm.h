@@ -52,6 +52,7 @@ protected:
 private:
     void makeMenu();
     void onQuery();
+    void fitColumns();
     void onGoTo();
     void showMenu(const QPoint& at);
 

@@ -5,6 +5,9 @@
 #include <QIconEngine>
 #include <QPainter>
 
+#include "console/OwnImage.h"
+#include "console/forms/PngImage.h"
+
 /// The macro declares a function of the global namespace, so it can't stand within another.
 static void initIconResources() { Q_INIT_RESOURCE(kradmin); }
 
@@ -13,6 +16,7 @@ namespace kr {
 namespace {
 
 constexpr QLatin1String kGhost("Ghost");
+constexpr int kOwnSide = 64; // pixels of a record's own picture, enough for rows at every scale
 
 /// Draws another icon with a part of its strength, sharp at every scale.
 class DimmedEngine : public QIconEngine {
@@ -49,6 +53,18 @@ QIcon iconOf(const QString& name, bool dimmed) {
     return dimmed ? QIcon(new DimmedEngine(std::move(icon))) : icon;
 }
 
+/// The picture that a record brings itself; the named one where it is none.
+QIcon ownIcon(const OwnImage& own, bool dimmed) {
+    QString reason;
+    QImage image = ReadPng(own.png, reason);
+    if (image.isNull())
+        return IconOf(own.otherwise, dimmed);
+    if (image.width() > kOwnSide || image.height() > kOwnSide)
+        image = image.scaled(kOwnSide, kOwnSide, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QIcon icon(QPixmap::fromImage(image));
+    return dimmed ? QIcon(new DimmedEngine(std::move(icon))) : icon;
+}
+
 } // namespace
 
 bool HasIcon(std::string_view name) {
@@ -62,6 +78,10 @@ const QIcon& IconOf(std::string_view name, bool dimmed) {
     auto found = icons[dimmed].constFind(key);
     if (found != icons[dimmed].constEnd())
         return *found;
+    if (const auto own = OwnImageOf(name)) {
+        const QIcon icon = ownIcon(*own, dimmed);
+        return *icons[dimmed].insert(key, icon);
+    }
     const QString file = QString::fromUtf8(key);
     if (!file.endsWith(kGhost))
         return *icons[dimmed].insert(key, iconOf(file, dimmed));

@@ -218,10 +218,10 @@ int firstColumnExtra(const QAbstractItemView& view, const ListModel& list) {
 
 } // namespace
 
-int WidestText(const QAbstractItemView& view, const ListModel& list, int column) {
-    QFont bold = view.font();
-    bold.setBold(true);
-    const QFontMetrics metrics(bold);
+int WidestText(const QAbstractItemView& view, const ListModel& list, int column, bool boldRows) {
+    QFont font = view.font();
+    font.setBold(boldRows);
+    const QFontMetrics metrics(font);
     int width = 0;
     for (const std::string_view text : ColumnFitTexts(list, column, kLongest))
         width = std::max(width, metrics.horizontalAdvance(FromUtf8(text)));
@@ -229,12 +229,12 @@ int WidestText(const QAbstractItemView& view, const ListModel& list, int column)
     return width + 2 * margin + (column == 0 ? firstColumnExtra(view, list) : 0);
 }
 
-void FitColumns(QTreeView& view, const ListModel& list) {
+void FitColumns(QTreeView& view, const ListModel& list, bool boldRows) {
     for (int column = 0; column < static_cast<int>(list.Columns().size()); ++column) {
         const bool visible = list.Columns()[static_cast<size_t>(column)].visible();
         view.setColumnHidden(column, !visible);
         if (visible)
-            view.setColumnWidth(column, std::max(WidestText(view, list, column),
+            view.setColumnWidth(column, std::max(WidestText(view, list, column, boldRows),
                                                  view.header()->sectionSizeHint(column)));
     }
 }

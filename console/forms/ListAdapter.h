@@ -63,10 +63,12 @@ private:
     QModelIndexList m_held; // persistent indexes during a reorder
 };
 
-/// Width in pixels that the widest cell of a column takes, with icon and check mark.
-int WidestText(const QAbstractItemView& view, const ListModel& list, int column);
+/// Width in pixels that the widest cell of a column takes, with icon and check mark; where no row
+/// is ever bold that is less.
+int WidestText(const QAbstractItemView& view, const ListModel& list, int column,
+               bool boldRows = true);
 /// Sizes every column to its content and header and hides the helper columns: the 64 longest texts
-/// of each column are measured in bold.
-void FitColumns(QTreeView& view, const ListModel& list);
+/// of each column are measured, in bold where rows may be so.
+void FitColumns(QTreeView& view, const ListModel& list, bool boldRows = true);
 
 } // namespace kr

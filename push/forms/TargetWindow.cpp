@@ -30,14 +30,18 @@ void ShowTargets(AgentSession& session, TreeModel& tree, std::string_view title,
                             {"PIN", "txtPIN"},
                             {"BES Server", "txtBES"},
                             {"MDS Server", "txtMDS"}});
+    bool known = false;
     {
         const WaitCursor wait(session.ui());
-        if (const auto targets = GetPushTargets(session, tree, addresses))
+        if (const auto targets = GetPushTargets(session, tree, addresses)) {
+            known = true;
             for (targets->MoveFirst(); !targets->EOF_(); targets->MoveNext())
                 form.list().Add(rowOf(*targets));
+        }
     }
     form.list().Sort(0, SortOrder::Ascending);
-    form.SetCount("Count: " + std::to_string(form.list().Count()));
+    form.SetCount(known ? "Count: " + std::to_string(form.list().Count())
+                        : std::string(kNoHandhelds));
     form.exec();
 }
 

@@ -25,6 +25,9 @@ TarnAddress::TarnAddress(AgentSession& session, const Controls& controls, const 
             refuseLocalhost();
     });
     connect(m_controls.test, &QPushButton::clicked, this, &TarnAddress::onTest);
+    const auto offerTest = [this] { m_controls.test->setEnabled(!typed().empty()); };
+    connect(m_controls.line, &QLineEdit::textChanged, this, offerTest);
+    offerTest();
 }
 
 std::string TarnAddress::typed() const { return Trim(ToUtf8(m_controls.line->text())); }

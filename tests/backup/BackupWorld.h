@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/basStore.h"
+#include "push/basMBL.h"
 #include "push/basMPL.h"
 #include "tests/support/World.h"
 

@@ -291,10 +291,18 @@ void file(const Words& words) {
     auto* buttons = dialog->findChild<QDialogButtonBox*>("buttonBox");
     if (!name || !buttons)
         throw Failure("the file dialog isn't the toolkit's own");
-    name->setText(Q(words[0]));
     for (QAbstractButton* button : buttons->buttons())
-        if (buttons->buttonRole(button) == QDialogButtonBox::AcceptRole)
+        if (buttons->buttonRole(button) == QDialogButtonBox::AcceptRole) {
+            // the dialog looks at a name once, and knows no file before it has read the folder
+            const auto taken = [&] {
+                name->clear();
+                name->setText(Q(words[0]));
+                return button->isEnabled();
+            };
+            if (!QTest::qWaitFor(taken))
+                throw Failure("the file dialog doesn't take " + words[0]);
             return button->click();
+        }
 }
 
 void resize(const Words& words) { MainForm()->resize(Q(words[0]).toInt(), Q(words[1]).toInt()); }

@@ -3,7 +3,10 @@
 
 #include <fstream>
 
+#include "console/OwnImage.h"
+#include "push/ResultDocument.h"
 #include "push/basMBL.h"
+#include "push/basMBLPush.h"
 #include "push/basMDS.h"
 #include "push/basTargets.h"
 #include "tests/push/PushWorld.h"
@@ -203,58 +206,36 @@ TEST_F(Mbl, CancelSavesNothing) {
     EXPECT_THAT(world.http.sent, IsEmpty());
 }
 
+TEST_F(Mbl, CancelWhileTheRemovedAreAskedSavesNothing) {
+    world.AddHandheld("PINBOB", "bob@example.test", "Bob", "BES1");
+    world.AddHandheld("PINCARL", "carl@example.test", "Carl", "BES1");
+    set("MBL.LastPushList", "PINBOB;PINCARL;");
+    set("MBL.Target.Email", "alice@example.test");
+    progress.cancel = [this] { return world.http.sent.size() > 1; };
+    EXPECT_FALSE(push());
+    EXPECT_THAT(pushes(), ElementsAre("PINALICE Browser-Channel", "PINBOB Browser-Channel-Delete"));
+    EXPECT_EQ(KeyText(*stored(), "MBL.LastPushList"), "PINBOB;PINCARL;")
+        << "else nobody would ask the second one again";
+    EXPECT_TRUE(GetKey(*stored(), "MBL.LastPushDate").empty());
+}
+
+TEST_F(Mbl, UnreadableHandheldsAreNoListWithoutTargets) {
+    set("MBL.LastPushList", "PINALICE;");
+    session().handhelds = nullptr;
+    world.SetAgent("HHEntryID", "");
+    EXPECT_TRUE(push());
+    EXPECT_THAT(world.http.sent, IsEmpty());
+    EXPECT_THAT(progress.results,
+                ElementsAre("The handhelds can't be read.\r\nNothing was pushed."));
+    EXPECT_EQ(KeyText(*stored(), "MBL.LastPushList"), "PINALICE;");
+}
+
 TEST_F(Mbl, RemovedEntriesAreThoseWithoutAPin) {
     const auto targets = CreateTargetRecordset();
     targets->Append({"A", "a@x", "P1", "", ""});
     EXPECT_EQ(GetRemovedTargets(*targets, ""), "");
     EXPECT_EQ(GetRemovedTargets(*targets, ";P1;P2;a@x;"), "P2;a@x");
     EXPECT_EQ(GetRemovedTargets(*targets, "p1"), "");
-}
-
-TEST_F(Mbl, DeletingRenamesMarksAndClears) {
-    set("MBL.Target.Email", "alice@example.test");
-    EXPECT_TRUE(DeleteBrowserList(session(), world.tree, list->ID()));
-    EXPECT_EQ(stored()->Subject(), "My News deleted 2026-03-10 10:00");
-    EXPECT_TRUE(KeyFlag(*stored(), "MBL.Deleted"));
-    EXPECT_THAT(pushes(), ElementsAre("PINALICE Browser-Channel-Delete"));
-    EXPECT_THAT(GetChannelIDs(session()), ElementsAre("{ID}"));
-    EXPECT_FALSE(BrowserListRow(session(), *stored()));
-}
-
-TEST_F(Mbl, AMessageIsDeletedWithoutAPush) {
-    set("MBL.Type", "Message");
-    EXPECT_TRUE(DeleteBrowserList(session(), world.tree, list->ID()));
-    EXPECT_THAT(pushes(), IsEmpty());
-    EXPECT_FALSE(DeleteBrowserList(session(), world.tree, EntryID("00")));
-}
-
-constexpr const char* kClearHint =
-    "Select one or more users or distribution lists where \r\nyou want to remove any browser "
-    "channel pushed by zandrel.\r\n\r\nThis will include all current browser channel lists \r\nas "
-    "well as those that have been previously deleted.";
-
-TEST_F(Mbl, ClearingTakesEveryChannelFromTheChosen) {
-    const auto second = GetMblFolder(session())->Items()->Add(kMblClass);
-    SetKey(*second, "MBL.ChannelID", "{TWO}");
-    second->Save();
-    world.ui.Expect(kClearHint);
-    world.ui.ExpectAddressBook(std::vector<PickedRecipient>{
-        {world.Entry("alice")->ID(), "Alice"}, {world.Entry("obrien")->ID(), "Obrien"}});
-    world.ui.Expect("Requests were pushed to delete 2 channels from 1 handhelds.\r\nNo push server "
-                    "could be found for 1 handhelds. See the log for specifics.");
-    ClearBrowserChannels(session(), world.tree);
-    EXPECT_EQ(pushes().size(), 2U);
-    EXPECT_TRUE(world.logHas("Browser Clear  skipping Obrien: unable to determing PushServer"));
-}
-
-TEST_F(Mbl, ClearingMayFindNothingOrBeCancelled) {
-    world.ui.Expect(kClearHint);
-    world.ui.ExpectAddressBook(std::nullopt);
-    ClearBrowserChannels(session(), world.tree);
-    set("MBL.ChannelID", "");
-    world.ui.Expect("There are no existing or deleted browser channels to clear");
-    ClearBrowserChannels(session(), world.tree);
-    EXPECT_THAT(pushes(), IsEmpty());
 }
 
 TEST_F(Mbl, NamesAreTakenByOthers) {
@@ -279,6 +260,31 @@ TEST_F(Mbl, ANameThatCannotBeComparedCountsAsTaken) {
     EXPECT_TRUE(NameInUse(failing.session, nullptr, kMblClass, list->ID(), "Other"));
     EXPECT_FALSE(NameInUse(failing.session, nullptr, kMblClass, {}, "Other"))
         << "the save says what is wrong";
+}
+
+TEST_F(Mbl, AChannelsRowHasTheChannelsPicture) {
+    const auto icon = [this] {
+        const auto row = BrowserListRow(session(), *stored());
+        return row ? OwnImageOf(row->icon) : std::nullopt;
+    };
+    EXPECT_EQ(BrowserListRow(session(), *stored())->icon, "imgGlobe");
+    const Bytes read{0x89, 'P', 'N', 'G', 1}, unread{0x89, 'P', 'N', 'G', 2};
+    list->Attachments()->AddContent("ReadIcon", read);
+    list->Save();
+    ASSERT_TRUE(icon());
+    EXPECT_EQ(icon()->png, read);
+    EXPECT_EQ(icon()->otherwise, "imgGlobe");
+    list->Attachments()->AddContent("UnreadIcon", unread);
+    list->Save();
+    EXPECT_EQ(icon()->png, unread) << "what the handheld shows first";
+    set("MBL.Type", "Message");
+    EXPECT_EQ(BrowserListRow(session(), *stored())->icon, "imgBrowserMessage");
+}
+
+TEST_F(Mbl, APictureThatIsTooLargeIsLeftOut) {
+    list->Attachments()->AddContent("UnreadIcon", Bytes((1 << 17) + 1, 0));
+    list->Save();
+    EXPECT_EQ(BrowserListRow(session(), *stored())->icon, "imgGlobe");
 }
 
 TEST_F(Mbl, RowsShowTheList) {

@@ -5,8 +5,10 @@
 #include "push/basMBL.h"
 #include "tests/console/FakeView.h"
 #include "tests/push/PushWorld.h"
+#include "tests/support/FailingWorld.h"
 
 #include <gtest/gtest.h>
+#include <set>
 
 namespace {
 
@@ -35,6 +37,7 @@ protected:
         forms.frmPushResult = [this](std::string_view icon, const PushForms::Work& work) {
             asked.push_back("frmPushResult " + std::string(icon));
             pushed = work(world.progress);
+            statusBehind = view.status;
         };
         RegisterMblKinds(*console, forms);
         world.http.sent.clear();
@@ -76,6 +79,7 @@ protected:
     std::vector<std::string> asked;
     EntryID answer;
     bool pushed = false;
+    std::string statusBehind; // the window, once its push has ended
 };
 
 TEST_F(MblKindTest, TheListShowsChannelsAndMessages) {
@@ -125,6 +129,19 @@ TEST_F(MblKindTest, OneListIsCountedAsOne) {
     EXPECT_FALSE(offers("mnuActionActivate"));
 }
 
+TEST_F(MblKindTest, OneListIsPushedAtATime) {
+    add("A", "Channel");
+    add("B", "Message");
+    show();
+    for (const std::vector<size_t>& rows : {std::vector<size_t>{0}, {1}}) {
+        select(rows);
+        EXPECT_TRUE(offers("mnuBrowserPush"));
+    }
+    select({0, 1});
+    EXPECT_FALSE(offers("mnuBrowserPush")) << "the second would be left out without a word";
+    EXPECT_TRUE(offers("mnuBrowserDelete"));
+}
+
 TEST_F(MblKindTest, PropertiesOpenTheDialogOfTheKind) {
     const auto message = add("B", "Message");
     const auto channel = add("A", "Channel");
@@ -158,11 +175,18 @@ TEST_F(MblKindTest, PushNowRunsInTheWindowAndRefreshesTheRow) {
         {{"MBL.Title", "T"}, {"MBL.URL", "http://h/"}, {"MBL.Target.Email", "alice@example.test"}});
     show();
     select({0});
+    std::string statusDuring;
+    world.http.answer = [&](const FakeHttp::Request&) {
+        statusDuring = view.status;
+        return FakeHttp::Response();
+    };
     console->RunCommand("mnuBrowserPush");
     EXPECT_THAT(asked, ElementsAre("frmPushResult imgGlobe"));
     EXPECT_TRUE(pushed);
     EXPECT_THAT(world.Destinations(), ElementsAre("PINALICE"));
     EXPECT_NE(console->list().Text(0, 4), "Never");
+    EXPECT_EQ(statusDuring, "Preparing to push A...");
+    EXPECT_EQ(statusBehind, "1 list") << "the push has ended, whenever the window is closed";
     EXPECT_EQ(view.status, "1 list");
     EXPECT_TRUE(world.logHas("PushToList: pushing A on demand"));
 }
@@ -215,6 +239,32 @@ TEST_F(MblKindTest, ClearBelongsToTheNode) {
     world.ui.Expect("There are no existing or deleted browser channels to clear");
     console->RunCommand("mnuBrowserClear");
     EXPECT_TRUE(world.logHas("Browser Clear  found no ChannelIDs to clear"));
+}
+
+/// The same over a store that fails: what can't be searched is no empty list.
+TEST_F(MblKindTest, ASearchThatFailsIsTold) {
+    add("A", "Channel");
+    FailingSession failing(world);
+    failing.LogOn();
+    failing.session.agentName = "Agent Mailbox";
+    FakeView other;
+    Console lists(failing.session, other);
+    other.console = &lists;
+    RegisterFixedKinds(lists);
+    RegisterMblKinds(lists, {});
+    lists.LoadTreeRoot();
+    ASSERT_TRUE(lists.GoToNode("mbl-eps"));
+    ASSERT_EQ(other.status, "1 list");
+    std::set<std::string> seen;
+    for (int call = 1; call <= 60; ++call) {
+        failing.store.plan().FailAt(call);
+        lists.RefreshView();
+        seen.insert(other.status);
+        EXPECT_TRUE(other.status != "0 lists" || world.logHas("LvLoadBrowserLists err creating"))
+            << call;
+    }
+    EXPECT_TRUE(seen.contains("1 list"));
+    EXPECT_TRUE(seen.contains("The browser lists can't be read: " + std::string(kFailure)));
 }
 
 } // namespace

@@ -67,6 +67,13 @@ TEST_F(Mpl, NoTargetsAreSaid) {
     EXPECT_THAT(world.http.sent, IsEmpty());
 }
 
+TEST_F(Mpl, UnreadableHandheldsAreNoLackOfTargets) {
+    session().handhelds = nullptr;
+    world.SetAgent("HHEntryID", "");
+    push("alice@example.test");
+    EXPECT_THAT(world.progress.results, ElementsAre("The handhelds can't be read."));
+}
+
 TEST_F(Mpl, CancelStopsBetweenTargets) {
     world.AddHandheld("PINBOB", "bob@example.test", "Bob", "BES1");
     world.progress.cancel = [this] { return !world.http.sent.empty(); };

@@ -208,11 +208,18 @@ TEST_F(PdlMembersTest, ARemoteConsoleSaysSoOfAListForSMS) {
 TEST_F(PdlMembersTest, WithoutHandheldsThereAreNoPins) {
     world.SetAgent("HHEntryID", "");
     EXPECT_THAT(rowsOf(world.AddPdl("A", "PS")), ElementsAre("Dora Dunn||555-0104"));
-    EXPECT_EQ(reason, "");
+    EXPECT_EQ(reason, "The handhelds can't be read, so no PIN is known.");
+    EXPECT_THAT(rowsOf(world.AddPdl("B", "S")), ElementsAre("Dora Dunn|555-0104"));
+    EXPECT_EQ(reason, "") << "nobody looks for a PIN";
+    EXPECT_THAT(rowsOf(world.AddPdl("C", "P")), IsEmpty());
+    EXPECT_EQ(reason, "The handhelds can't be read, so no PIN is known.") << "no list of nobody";
     const std::string log = world.log();
     const std::string line = "unable to get Handhelds folder using EntryID ";
     EXPECT_NE(log.find(line), std::string::npos);
-    EXPECT_EQ(log.find(line), log.rfind(line)) << "looked for once, not for each contact";
+    size_t looks = 0;
+    for (size_t at = log.find(line); at != std::string::npos; at = log.find(line, at + 1))
+        ++looks;
+    EXPECT_EQ(looks, 3U) << "once for each list, not for each contact";
 }
 
 TEST_F(PdlMembersTest, AStopEndsTheRows) {

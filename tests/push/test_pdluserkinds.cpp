@@ -153,6 +153,10 @@ TEST_F(PdlUserKindTest, UsersAreLoadedWhenTheyAreMissing) {
     click("epsroot");
     click();
     EXPECT_EQ(view.status, "The user data can't be read.");
+    duringForm = [] { ADD_FAILURE() << "it would show nobody to choose"; };
+    view.status.clear();
+    console->RunCommand("mnuPDLAddUser");
+    EXPECT_EQ(view.status, "The user data can't be read.");
 }
 
 TEST_F(PdlUserKindTest, AnotherNodeEndsTheLoad) {

@@ -244,6 +244,7 @@ TEST_F(PdlUsersTest, TheFirstHandheldOfAnAddressCounts) {
 
 TEST_F(PdlUsersTest, WithoutTheAgentsFolderNoFetchIsShown) {
     EXPECT_EQ(text(rowOf(world.alice), PushColumn::LastFetch), "");
+    EXPECT_EQ(PushUserRows(session()).Failure(), "") << "no agent has noted one yet";
     EXPECT_TRUE(world.logHas("GetHiddenFolder:unable to locate hidden zandrelPDL folder"));
     EXPECT_FALSE(session().handhelds); // nor are handhelds loaded for it
 }
@@ -264,9 +265,13 @@ TEST_F(PdlUsersTest, FetchesThatCantBeReadAreLogged) {
     int without = 0;
     for (int call = 1; call < 50; ++call) {
         failing.store.plan().FailAt(call);
-        const ListRow row = PushUserRows(failing.session).RowOf(*RowOfUser(session(), world.alice));
+        const PushUserRows rows(failing.session);
+        const ListRow row = rows.RowOf(*RowOfUser(session(), world.alice));
         EXPECT_EQ(row.texts[1], "Alice");
-        without += text(row, PushColumn::LastFetch).empty() ? 1 : 0;
+        const bool lost = text(row, PushColumn::LastFetch).empty();
+        without += lost ? 1 : 0;
+        EXPECT_TRUE(!lost || rows.Failure().starts_with("The last fetches can't be read: "))
+            << call;
         if (!failing.store.plan().Failed())
             break;
     }

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <QHeaderView>
 #include <QMenu>
+#include <QScrollBar>
 #include <QTest>
 #include <QTreeView>
 
@@ -54,6 +56,46 @@ TEST_F(frmFindUserTest, OffersTheOperators) {
         EXPECT_EQ(items, (QStringList{"Any", "is (exactly)", "contains", "starts with"}));
     }
     EXPECT_EQ(form->focusWidget(), name());
+}
+
+/// The last column takes what the others leave, whether there is much or nothing.
+TEST_F(frmFindUserTest, ColumnsFitTheWindow) {
+    const auto fits = [this](const char* when) {
+        QCoreApplication::processEvents();
+        const QHeaderView& header = *list()->header();
+        EXPECT_EQ(header.length(), list()->viewport()->width()) << when;
+        EXPECT_EQ(list()->horizontalScrollBar()->maximum(), 0) << when;
+    };
+    control<QLineEdit>(form.get(), "txtEmail")->setText("example");
+    query();
+    fits("a few short rows");
+    for (int i = 0; i < 200; ++i)
+        world.AddUserRecord("user" + std::to_string(i) + "@example.test",
+                            "User Number " + std::to_string(i));
+    LoadUsers(*world.session);
+    query();
+    fits("more rows than the window shows");
+    query();
+    fits("once more");
+    form->resize(form->width() + 200, form->height());
+    fits("a wider window");
+    form->resize(form->width() - 200, form->height());
+    fits("a narrower one");
+    // an address that just fits: a bold one would not, but no row is bold
+    const QFontMetrics metrics(list()->font());
+    const int room = list()->viewport()->width() - list()->columnWidth(0);
+    std::string address = "@example.test";
+    while (metrics.horizontalAdvance(QString::fromStdString(address)) < room - 32)
+        address.insert(0, "w");
+    world.AddUserRecord(address, "Zoe");
+    LoadUsers(*world.session);
+    query();
+    fits("a text that needs the whole room");
+    world.AddUserRecord("wwwwwwwwwwww" + address, "Zoe");
+    LoadUsers(*world.session);
+    query();
+    QCoreApplication::processEvents();
+    EXPECT_GT(list()->horizontalScrollBar()->maximum(), 0) << "no text is cut";
 }
 
 TEST_F(frmFindUserTest, FindsByEnterAndGoesToTheRow) {

@@ -5,6 +5,8 @@
 #include <QTest>
 #include <QTreeView>
 
+#include <set>
+
 #include "console/forms/Theme.h"
 #include "push/forms/frmPDL.h"
 #include "tests/push/PdlWorld.h"
@@ -228,6 +230,26 @@ TEST_F(frmPDLTest, AListThatCantBeReadCantBeChanged) {
     EXPECT_TRUE(world.logHas("Error loading PDL "));
     press("cmdCancel");
     EXPECT_FALSE(form->isVisible());
+}
+
+/// What can't be read is said in place of a count.
+TEST_F(frmPDLTest, ListsThatCantBeReadAreNotCounted) {
+    world.SetAgent("HHEntryID", "");
+    const EntryID id = world.AddPdl("Team", "P")->ID();
+    open(id);
+    EXPECT_EQ(label("lblSourceCount"), "The handhelds can't be read, so no PIN is known.");
+    FailingSession failing(world);
+    failing.LogOn();
+    std::set<QString> counts;
+    for (int call = 1; call <= 120; ++call) {
+        failing.store.plan().FailAt(call);
+        PdlForm pdl;
+        if (!pdl.Load(failing.session, id))
+            continue;
+        pdl.LoadLists(failing.session, [] { return false; });
+        counts.insert(QString::fromStdString(pdl.TargetCount()));
+    }
+    EXPECT_TRUE(counts.contains("The targets can't be read: The network is not available."));
 }
 
 TEST_F(frmPDLTest, AFailedSaveKeepsTheDialog) {

@@ -142,7 +142,8 @@ TEST_F(frmPdlPropsTest, LocalhostIsReplaced) {
 
 TEST_F(frmPdlPropsTest, TheTestSaysWhatItFound) {
     open();
-    press("cmdTest"); // there is nothing to test
+    EXPECT_FALSE(at<QPushButton>("cmdTest")->isEnabled()) << "there is nothing to test";
+    press("cmdTest");
     EXPECT_TRUE(world.http.sent.empty());
     type("http://host/TARN/");
     world.ui.Expect("http://host/TARN/ is a valid URL for providing PIN DLs!");

@@ -7,6 +7,7 @@
 
 #include "console/TreeModel.h"
 #include "push/basMBL.h"
+#include "push/basMBLPush.h"
 #include "push/forms/MakePushForms.h"
 #include "push/forms/frmPushResult.h"
 #include "tests/push/PushWorld.h"
