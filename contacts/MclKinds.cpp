@@ -3,6 +3,8 @@
 #include "console/Console.h"
 #include "console/ListCounts.h"
 #include "contacts/ContactKinds.h"
+#include "contacts/PdlNodes.h"
+#include "contacts/basACFRecord.h"
 #include "contacts/basMCLChanges.h"
 #include "contacts/basMCLList.h"
 #include "contacts/basMCLRecord.h"
@@ -16,6 +18,16 @@ constexpr std::string_view kMclNode = "mclf";
 constexpr std::string_view kMakePDL = "mnuMclMakePDL";
 constexpr std::string_view kClearPDL = "mnuMclClearPDL";
 
+/// A PIN distribution list's node gets the name that the list has by now, and shows where the view
+/// has just switched it off.
+void addRow(Console& console, ListRow row) {
+    const EntryID list(row.key);
+    RenamePdlNode(console, list, row.texts.front());
+    if (row.ghosted) // a row that couldn't be read is not
+        ShowPdlActive(console, list, false);
+    console.AddRow(std::move(row));
+}
+
 void LoadMCLList(Console& console) {
     const MclFolder folder = GetMCLFolder(console.session());
     if (console.CurrentTag() != kMclNode)
@@ -25,7 +37,7 @@ void LoadMCLList(Console& console) {
                       MclColumns(console.session().quickLoad), "1 list", " lists",
                       [&folder](Console& c) {
                           return LoadMclRows(c.session(), folder,
-                                             {[&c](ListRow row) { c.AddRow(std::move(row)); },
+                                             {[&c](ListRow row) { addRow(c, std::move(row)); },
                                               [&c] { return c.LoadOvertaken(); }});
                       }});
 }
@@ -60,15 +72,18 @@ void edit(Console& console, const ContactForms::Edit& form, const EntryID& recor
 
 void deleteLists(Console& console) {
     const auto gone = DeleteMCLs(console.session(), selectedLists(console));
-    for (const EntryID& id : gone)
+    for (const EntryID& id : gone) {
         if (const size_t at = console.list().Find(id.text()); at != ListModel::npos)
             console.list().Remove(at);
+        RemovePdlNode(console, id);
+    }
     if (console.CurrentTag() == kMclNode)
         console.ShowStatus(CountText(Counted::List, static_cast<int64_t>(console.list().Count())));
 }
 
 void showActive(Console& console, const MclActivation& done, bool activate) {
     for (const EntryID& id : done.lists) {
+        ShowPdlActive(console, id, activate);
         const size_t at = console.list().Find(id.text());
         if (at == ListModel::npos)
             continue;
@@ -78,13 +93,20 @@ void showActive(Console& console, const MclActivation& done, bool activate) {
     }
     for (const EntryID& id : done.sources)
         if (TreeNode* node = console.tree().Find(id.text())) {
-            std::string image = node->image;
-            if (image.ends_with("Ghost"))
-                image.resize(image.size() - std::string_view("Ghost").size());
-            console.tree().SetImage(*node, image);
+            console.tree().SetImage(*node, GhostImage(node->image, false));
             console.tree().SetGhosted(*node, false);
         }
     console.UpdateMenu();
+}
+
+void setPath(Console& console) {
+    if (!SetMCLPath(console.session()))
+        return;
+    // other lists may lie there: the branch of the PIN distribution lists is read anew
+    if (PdlNodesRead(console))
+        console.RefreshView();
+    else
+        reload(console);
 }
 
 class MclNodeKind : public NodeKind {
@@ -163,10 +185,7 @@ void RegisterMclKinds(Console& console, const ContactForms& forms) {
     console.RegisterCommand("mnuMclAddPF",
                             [forms](Console& c) { edit(c, forms.frmRegMCLPf, EntryID()); });
     console.RegisterCommand("mnuMclDelete", deleteLists);
-    console.RegisterCommand("mnuMclSetPath", [](Console& c) {
-        if (SetMCLPath(c.session()))
-            reload(c);
-    });
+    console.RegisterCommand("mnuMclSetPath", setPath);
 }
 
 } // namespace kr

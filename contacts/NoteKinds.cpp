@@ -138,6 +138,9 @@ class NoteRowKind : public NodeKind {
 public:
     NoteRowKind(std::string_view tag, std::string_view node, ContactForms::Edit form)
         : NodeKind(std::string(tag)), m_node(node), m_form(std::move(form)) {}
+    std::string_view DeleteCommand() const override {
+        return m_node == kNotes ? "mnuMandatoryDelete" : "mnuNotesPFDelete";
+    }
     bool Run(Console& console, std::string_view command) override {
         if (command == kProperties)
             properties(console);

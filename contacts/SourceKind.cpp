@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "console/Console.h"
+#include "contacts/PdlNodes.h"
 #include "contacts/basACF.h"
 #include "contacts/basACFChanges.h"
 #include "contacts/basACFRecord.h"
@@ -120,8 +121,10 @@ void addSource(Console& console, const ContactForms& forms, const ContactForms::
 
 void removeSources(Console& console) {
     for (const Selected& source : selectedSources(console)) {
-        if (!RemoveAcf(console.session(), EntryID(source.key), source.text))
+        const AcfChange removed = RemoveAcf(console.session(), EntryID(source.key), source.text);
+        if (!removed)
             break;
+        RemovePdlNode(console, removed.list);
         if (TreeNode* node = console.tree().Find(source.key))
             console.tree().Remove(*node);
         storeBranch(console);
@@ -171,10 +174,15 @@ void showActive(Console& console, const std::string& key, bool activate) {
 }
 
 void changeActivation(Console& console, bool activate) {
-    for (const Selected& source : selectedSources(console))
-        if (source.inactive == activate &&
-            ChangeActivationACF(console.session(), EntryID(source.key), source.text, activate))
+    for (const Selected& source : selectedSources(console)) {
+        if (source.inactive != activate)
+            continue;
+        const AcfChange changed =
+            ChangeActivationACF(console.session(), EntryID(source.key), source.text, activate);
+        ShowPdlActive(console, changed.list, activate);
+        if (changed)
             showActive(console, source.key, activate);
+    }
     console.UpdateMenu();
 }
 

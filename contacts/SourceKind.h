@@ -16,6 +16,7 @@ class SourceKind : public NodeKind {
 public:
     SourceKind(std::string_view tag, const ContactForms& forms);
     void AdjustMenu(Console& console, std::vector<MenuEntryState>& entries) override;
+    std::string_view DeleteCommand() const override { return "mnuAcfRemove"; }
     bool Run(Console& console, std::string_view command) override;
 
 private:

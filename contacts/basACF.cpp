@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "contacts/RequireTag.h"
 #include "contacts/basACFRecord.h"
 #include "contacts/basMCLSources.h"
 #include "core/Text.h"
@@ -55,7 +56,7 @@ RDOMessagePtr checked(const RDOMessagePtr& message, std::string_view messageClas
 /// without a restriction has its rows in the order of the items.
 std::vector<int> placesOf(RDOFolder& folder, std::string_view messageClass, std::string_view guid) {
     const MAPITablePtr table = folder.Items()->Table();
-    table->Columns({PR_MESSAGE_CLASS, GetPropTag(folder, kAcsGuidKey, PropType::String)});
+    table->Columns({PR_MESSAGE_CLASS, RequireTag(folder, kAcsGuidKey)});
     std::vector<int> places;
     int place = 0;
     for (TableRows rows = table->GetRows(); !rows.empty(); rows = table->GetRows())

@@ -4,6 +4,7 @@
 #include "contacts/basACFRecord.h"
 #include "contacts/basActivation.h"
 #include "contacts/basMCL.h"
+#include "contacts/basMCLSources.h"
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basStore.h"
@@ -19,12 +20,14 @@ struct Linked {
     std::string list; // its name
 };
 
-/// The record is missing when it can't be opened.
+/// The record is missing when it is gone; throws what can't be told.
 Linked open(AgentSession& session, const EntryID& id) {
     Linked linked;
     linked.acf = GetMessage(session, id);
+    if (!linked.acf)
+        linked.acf = OrGone([&] { return session.rdo->GetMessageFromID(id, {}); });
     if (linked.acf)
-        linked.mcl = FindLinkedMCL(session, *linked.acf);
+        linked.mcl = RequireLinkedMCL(session, *linked.acf);
     if (linked.mcl)
         linked.list = linked.mcl->Subject();
     return linked;
@@ -40,21 +43,27 @@ bool removeConfirmed(AgentSession& session, const std::string& text, const Linke
     return session.ui().MsgBox(question, BoxIcon::Question, BoxButtons::OKCancel) == BoxAnswer::OK;
 }
 
-void deleteLinked(AgentSession& session, const Linked& linked) {
+/// Gives the list that went along.
+EntryID deleteLinked(AgentSession& session, const Linked& linked) {
     const std::string name = linked.acf->Subject();
     session.log("Deleting Alternate Contact Source '" + name + "'");
     linked.acf->Delete();
     if (!linked.mcl)
-        return;
+        return {};
     session.log("Deleting dependent MCL '" + linked.list + "' for " + name);
-    Trap([&] { linked.mcl->Delete(); },
-         [&](const Trapped& error) {
-             // it has lost its source, and the list of lists will show it so
-             session.log("mnuAcfRemove: " + error.text());
-             session.ui().MsgBox("Unable to delete the linked Mandatory Contact List '" +
-                                     linked.list + "'!\n" + error.description,
-                                 BoxIcon::Stop);
-         });
+    return Trap(
+        [&] {
+            const EntryID list = linked.mcl->ID();
+            linked.mcl->Delete();
+            return list;
+        },
+        [&](const Trapped& error) {
+            // it has lost its source, and the list of lists will show it so
+            session.log("mnuAcfRemove: " + error.text());
+            session.ui().MsgBox("Unable to delete the linked Mandatory Contact List '" +
+                                    linked.list + "'!\n" + error.description,
+                                BoxIcon::Stop);
+        });
 }
 
 bool activationConfirmed(AgentSession& session, const std::string& name, const Linked& linked,
@@ -77,30 +86,30 @@ void setInactive(RDOMessage& record, bool inactive) {
     record.Save();
 }
 
-/// The list follows: off always, on when the person wants it.
-void changeList(AgentSession& session, const Linked& linked, bool activate) {
+/// The list follows: off always, on when the person wants it. Gives the list that was switched.
+EntryID changeList(AgentSession& session, const Linked& linked, bool activate) {
     if (!linked.mcl)
-        return;
+        return {};
     if (activate && (!RequireKey(*linked.mcl, kInactiveKey).valueOr(false) ||
                      !listWanted(session, linked.list)))
-        return;
+        return {};
     setInactive(*linked.mcl, !activate);
+    return linked.mcl->ID();
 }
 
 } // namespace
 
-bool RemoveAcf(AgentSession& session, const EntryID& id, const std::string& text) {
+AcfChange RemoveAcf(AgentSession& session, const EntryID& id, const std::string& text) {
     return Trap(
-        [&] {
+        [&]() -> AcfChange {
             const Linked linked = open(session, id);
             if (!removeConfirmed(session, text, linked))
-                return false;
+                return {};
             if (linked.acf)
-                deleteLinked(session, linked);
-            else
-                session.log("Deleting Alternate Contact Source node '" + text +
-                            "'; unable to find matching ACF message");
-            return true;
+                return {true, deleteLinked(session, linked)};
+            session.log("Deleting Alternate Contact Source node '" + text +
+                        "'; unable to find matching ACF message");
+            return {true, {}};
         },
         [&](const Trapped& error) {
             session.log("mnuAcfRemove: " + error.text());
@@ -109,9 +118,9 @@ bool RemoveAcf(AgentSession& session, const EntryID& id, const std::string& text
         });
 }
 
-bool ChangeActivationACF(AgentSession& session, const EntryID& id, const std::string& name,
-                         bool activate) {
-    bool written = false;
+AcfChange ChangeActivationACF(AgentSession& session, const EntryID& id, const std::string& name,
+                              bool activate) {
+    AcfChange change;
     Trap(
         [&] {
             const Linked linked = open(session, id);
@@ -122,8 +131,8 @@ bool ChangeActivationACF(AgentSession& session, const EntryID& id, const std::st
                 return;
             if (inactive == activate)
                 setInactive(*linked.acf, !activate);
-            written = true;
-            changeList(session, linked, activate);
+            change.done = true;
+            change.list = changeList(session, linked, activate);
         },
         [&](const Trapped& error) {
             session.log("ChangeActivationACF error " + error.text());
@@ -132,7 +141,7 @@ bool ChangeActivationACF(AgentSession& session, const EntryID& id, const std::st
                                     "\nSee the KR-Admin.log for details",
                                 BoxIcon::Stop);
         });
-    return written;
+    return change;
 }
 
 bool CanMakeMCL(AgentSession& session, const EntryID& id) {

@@ -9,15 +9,21 @@
 /// What commands do to a source of contacts and to the list that hangs on it.
 namespace kr {
 
-/// Asks and deletes the source with its list; `text` is that of its node. True when the node has to
+struct AcfChange {
+    bool done = false;
+    EntryID list; // the list that went or was switched together with the source
+    explicit operator bool() const { return done; }
+};
+
+/// Asks and deletes the source with its list; `text` is that of its node. Done when the node has to
 /// go: the source is gone, or there was none.
-bool RemoveAcf(AgentSession& session, const EntryID& id, const std::string& text);
+AcfChange RemoveAcf(AgentSession& session, const EntryID& id, const std::string& text);
 
 /// Asks and switches the source on or off, an inactive list of an activated source on request too;
-/// that of an inactivated one always. True when the source was written; a failure is logged and
+/// that of an inactivated one always. Done when the source was written; a failure is logged and
 /// shown.
-bool ChangeActivationACF(AgentSession& session, const EntryID& id, const std::string& name,
-                         bool activate);
+AcfChange ChangeActivationACF(AgentSession& session, const EntryID& id, const std::string& name,
+                              bool activate);
 
 /// No list hangs on the source yet.
 bool CanMakeMCL(AgentSession& session, const EntryID& id);

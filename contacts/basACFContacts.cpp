@@ -1,5 +1,6 @@
 #include "contacts/basACFContacts.h"
 
+#include "contacts/RequireTag.h"
 #include <algorithm>
 #include <span>
 #include <unordered_map>
@@ -66,10 +67,10 @@ std::vector<PropTag> tagsOf(RDOFolder& folder, const ContactView& view) {
     for (const ContactColumn& column : view.columns)
         tags.push_back(column.tag != 0
                            ? column.tag
-                           : GetPropTag(folder, column.name, PropType::String, column.set));
+                           : RequireTag(folder, column.name, PropType::String, column.set));
     for (const ContactColumn& column : view.columns)
         if (!column.smtpName.empty())
-            tags.push_back(GetPropTag(folder, column.smtpName, PropType::String, column.set));
+            tags.push_back(RequireTag(folder, column.smtpName, PropType::String, column.set));
     return tags;
 }
 

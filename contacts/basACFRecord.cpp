@@ -1,5 +1,6 @@
 #include "contacts/basACFRecord.h"
 
+#include "contacts/RequireTag.h"
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basStore.h"
@@ -17,14 +18,6 @@ RDOFolder& requireFolder(AgentSession& session) {
     return *session.agentInfo;
 }
 
-PropTag tagOf(RDOFolder& folder, std::string_view key, PropType type = PropType::String) {
-    const PropTag id = folder.GetIDsFromNames(PS_PUBLIC_STRINGS, key) & 0xFFFF0000;
-    if (id == 0)
-        throw PlatformError(MAPI_E_NOT_FOUND,
-                            "The store gives no id for " + std::string(key) + ".");
-    return id | static_cast<PropTag>(type);
-}
-
 std::string textOf(const TableCell& cell) {
     return cell.isText() ? std::string(cell.bytes) : std::string();
 }
@@ -34,8 +27,8 @@ std::vector<PropTag> columnsOf(RDOFolder& folder) {
     std::vector<PropTag> columns{PR_LONGTERM_ENTRYID_FROM_TABLE, PR_SUBJECT};
     for (const std::string_view key :
          {kAcfFolderKey, kAcfMailboxKey, kAcfServerKey, kAcfCxnKey, kAcfQueryKey})
-        columns.push_back(tagOf(folder, key));
-    columns.push_back(tagOf(folder, "EPS.Inactive", PropType::Boolean));
+        columns.push_back(RequireTag(folder, key));
+    columns.push_back(RequireTag(folder, "EPS.Inactive", PropType::Boolean));
     return columns;
 }
 

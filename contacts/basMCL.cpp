@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "contacts/basACF.h"
+#include "contacts/basMCLSources.h"
 #include "core/Text.h"
 #include "core/Trap.h"
 #include "core/basFolderPath.h"
@@ -60,6 +61,19 @@ RDOFolderPtr openByPath(AgentSession& session, const std::string& path) {
     if (RDOFolderPtr folder = openDefault(session, path))
         return folder;
     return GetRDOFolder(session, path);
+}
+
+/// nullptr when it is gone; throws when that can't be told.
+RDOFolderPtr openIfThere(AgentSession& session, const EntryID& id) {
+    if (RDOFolderPtr folder = GetFolder(session, id))
+        return folder;
+    const auto open = [&](const EntryID& store) {
+        return OrGone([&] { return session.rdo->GetFolderFromID(id, store); });
+    };
+    if (RDOFolderPtr folder = open({}))
+        return folder;
+    const RDOStorePtr shared = OrGone([&] { return session.rdo->Stores().PublicStore(); });
+    return shared ? open(shared->ID()) : nullptr;
 }
 
 /// By its id, else by its path; the one that is missing or wrong is set right.
@@ -159,20 +173,16 @@ MclFolder GetMCLFolder(AgentSession& session) {
     return found;
 }
 
-RDOFolderPtr OpenMCLFolder(AgentSession& session) {
-    return Trap(
-        [&]() -> RDOFolderPtr {
-            const Stored stored = readStored(session);
-            if (!stored.id.empty())
-                if (RDOFolderPtr folder = GetFolder(session, stored.id))
-                    return folder;
-            if (RDOFolderPtr folder = openDefault(session, stored.path))
-                return folder;
-            // a path alone is completed at its first use, so this is rare
-            const bool pathAlone = stored.id.empty() && !stored.path.empty();
-            return pathAlone ? GetRDOFolder(session, stored.path) : nullptr;
-        },
-        [&](const Trapped& error) { session.log("OpenMCLFolder: " + error.text()); });
+RDOFolderPtr RequireMCLFolder(AgentSession& session) {
+    const Stored stored = readStored(session);
+    if (!stored.id.empty())
+        if (RDOFolderPtr folder = openIfThere(session, stored.id))
+            return folder;
+    if (RDOFolderPtr folder = openDefault(session, stored.path))
+        return folder;
+    // a path alone is completed at its first use, so this is rare
+    const bool pathAlone = stored.id.empty() && !stored.path.empty();
+    return pathAlone ? GetRDOFolder(session, stored.path) : nullptr;
 }
 
 bool SetMCLPath(AgentSession& session) {

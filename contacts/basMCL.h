@@ -29,7 +29,8 @@ struct MclFolder {
 /// and id is filled in. Without a folder the person was told.
 MclFolder GetMCLFolder(AgentSession& session);
 /// The same folder for a look in passing: nothing is made, written or shown; nullptr without one.
-RDOFolderPtr OpenMCLFolder(AgentSession& session);
+/// Throws when that can't be told.
+RDOFolderPtr RequireMCLFolder(AgentSession& session);
 /// Lets the person choose another folder for the lists, and on request moves them there. True when
 /// the agent message names another folder now.
 bool SetMCLPath(AgentSession& session);
@@ -45,8 +46,8 @@ RDOMessagePtr GetMclSource(AgentSession& session, RDOMessage& mcl);
 RDOMessagePtr FindMCLByGuid(RDOFolder& folder, std::string_view guid);
 RDOMessagePtr FindMCLBySource(AgentSession& session, RDOFolder& folder, std::string_view key,
                               const EntryID& source);
-/// The list that hangs on a source by any link, the present one first. A look in passing, which
-/// menus take: see OpenMCLFolder.
-RDOMessagePtr FindLinkedMCL(AgentSession& session, RDOMessage& acf);
+/// The list that hangs on a source by any link, the present one first. Throws when that can't be
+/// told: a failed search must not pass for a source without a list, which would be deleted alone.
+RDOMessagePtr RequireLinkedMCL(AgentSession& session, RDOMessage& acf);
 
 } // namespace kr

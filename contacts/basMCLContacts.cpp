@@ -1,5 +1,6 @@
 #include "contacts/basMCLContacts.h"
 
+#include "contacts/RequireTag.h"
 #include "core/Text.h"
 
 namespace kr {
@@ -10,12 +11,6 @@ namespace {
 constexpr std::string_view kAddressIds[] = {"0x8083", "0x8093", "0x80A3"};
 
 std::string textOf(const TableCell& cell) { return cell.isText() ? Trim(cell.bytes) : ""; }
-
-/// Throws where GetPropTag would give a tag that reads as empty in each row.
-PropTag tagOf(RDOFolder& folder, std::string_view id) {
-    const PropTag tag = folder.GetIDsFromNames(PSETID_Address, id) & 0xFFFF0000;
-    return tag | static_cast<PropTag>(PropType::String);
-}
 
 std::string firstAddress(const TableRows& rows, size_t row, size_t firstColumn) {
     for (size_t i = 0; i < std::size(kAddressIds); ++i) {
@@ -32,7 +27,7 @@ void WalkSourceContacts(AgentSession& session, RDOFolder& folder, bool all,
                         const std::function<bool(const SourceContact&)>& contact) {
     std::vector<PropTag> columns{PR_SUBJECT, PR_MOBILE_TELEPHONE_NUMBER};
     for (const std::string_view id : kAddressIds)
-        columns.push_back(tagOf(folder, id));
+        columns.push_back(RequireTag(folder, id, PropType::String, PSETID_Address));
     const MAPITablePtr table = folder.Items()->Table();
     table->Columns(columns);
     for (TableRows rows = table->GetRows(); !rows.empty(); rows = table->GetRows()) {

@@ -1,5 +1,6 @@
 #include "contacts/basMCLSources.h"
 
+#include "contacts/RequireTag.h"
 #include "contacts/basACF.h"
 #include "contacts/basMCL.h"
 #include "core/Text.h"
@@ -17,14 +18,6 @@ std::string textOf(const TableCell& cell) {
 }
 EntryID idOf(const TableCell& cell) {
     return EntryID(CoerceToPropType(cell.value(), PR_LONGTERM_ENTRYID_FROM_TABLE).text());
-}
-/// Throws where GetPropTag would give a tag that reads as empty in each row.
-PropTag tagOf(RDOFolder& folder, std::string_view key) {
-    const PropTag id = folder.GetIDsFromNames(PS_PUBLIC_STRINGS, key) & 0xFFFF0000;
-    if (id == 0)
-        throw PlatformError(MAPI_E_NOT_FOUND,
-                            "The store gives no id for " + std::string(key) + ".");
-    return id | static_cast<PropTag>(PropType::String);
 }
 
 /// A table of the folder's messages of that class.
@@ -50,7 +43,7 @@ struct OldLink {
 EntryID findByOldLinks(RDOFolder& folder, const std::vector<OldLink>& links) {
     std::vector<PropTag> columns{PR_LONGTERM_ENTRYID_FROM_TABLE};
     for (const OldLink& link : links)
-        columns.push_back(tagOf(folder, link.key));
+        columns.push_back(RequireTag(folder, link.key));
     const RDOStorePtr store = folder.Store();
     const MAPITablePtr table = tableOf(folder, kMclClass, columns);
     size_t best = links.size();
@@ -96,9 +89,10 @@ MclSources::MclSources(AgentSession& session) : m_session(session) {
         throw PlatformError(MAPI_E_CALL_FAILED, "The agent mailbox is not open.");
     m_store = session.agentInfo->Store();
     RDOFolder& folder = *session.agentInfo;
-    const MAPITablePtr table = tableOf(folder, kAcfClass,
-                                       {PR_LONGTERM_ENTRYID_FROM_TABLE, tagOf(folder, kMclGuidKey),
-                                        tagOf(folder, kFolderOfSource)});
+    const MAPITablePtr table =
+        tableOf(folder, kAcfClass,
+                {PR_LONGTERM_ENTRYID_FROM_TABLE, RequireTag(folder, kMclGuidKey),
+                 RequireTag(folder, kFolderOfSource)});
     for (TableRows rows = table->GetRows(); !rows.empty(); rows = table->GetRows())
         for (size_t i = 0; i < rows.rows; ++i)
             m_rows.push_back(
@@ -129,13 +123,8 @@ RDOMessagePtr MclSources::Find(const MclLinks& links, std::span<const MclLink> o
 }
 
 RDOMessagePtr MclSources::open(const EntryID& id) const {
-    try {
-        return m_session.rdo->GetMessageFromID(id, {});
-    } catch (const PlatformError& error) {
-        if (error.number() == MAPI_E_NOT_FOUND || error.number() == MAPI_E_OBJECT_DELETED)
-            return nullptr; // deleted since the table was read
-        throw;
-    }
+    // it may have been deleted since the table was read
+    return OrGone([&] { return m_session.rdo->GetMessageFromID(id, {}); });
 }
 
 RDOMessagePtr GetMclSource(AgentSession& session, RDOMessage& mcl) {
@@ -157,22 +146,21 @@ RDOMessagePtr FindMCLBySource(AgentSession& session, RDOFolder& folder, std::str
         [&](const Trapped& error) { session.log("FindMCLBySource: " + error.text()); });
 }
 
-RDOMessagePtr FindLinkedMCL(AgentSession& session, RDOMessage& acf) {
-    const RDOFolderPtr folder = OpenMCLFolder(session);
+RDOMessagePtr RequireLinkedMCL(AgentSession& session, RDOMessage& acf) {
+    const RDOFolderPtr folder = RequireMCLFolder(session);
     if (!folder)
         return nullptr;
-    return Trap(
-        [&] {
-            const std::string guid = Trim(RequireKey(acf, kMclGuidKey).text());
-            if (RDOMessagePtr linked = FindMCLByGuid(*folder, guid))
-                return linked;
-            const EntryID own = acf.ID();
-            const EntryID source(Trim(RequireKey(acf, kFolderOfSource).text()));
-            return openFound(session, findByOldLinks(*folder, {{kMclAcfMsgKey, own},
-                                                               {kMclAcdsKey, own},
-                                                               {kMclFolderKey, source}}));
-        },
-        [&](const Trapped& error) { session.log("FindLinkedMCL: " + error.text()); });
+    const std::string guid = Trim(RequireKey(acf, kMclGuidKey).text());
+    if (RDOMessagePtr linked = FindByGuid(*folder, kMclClass, guid))
+        return linked;
+    const EntryID own = acf.ID();
+    const EntryID source(Trim(RequireKey(acf, kFolderOfSource).text()));
+    const EntryID found = findByOldLinks(
+        *folder, {{kMclAcfMsgKey, own}, {kMclAcdsKey, own}, {kMclFolderKey, source}});
+    RDOMessagePtr linked = openFound(session, found);
+    if (!linked && !found.empty())
+        throw PlatformError(MAPI_E_NOT_FOUND, "The list can't be opened.");
+    return linked;
 }
 
 } // namespace kr

@@ -49,6 +49,20 @@ private:
     std::vector<Row> m_rows;
 };
 
+/// What `open` gives; nullptr for an object that is gone, also when its id is none. Throws what
+/// else fails: it must not pass for an object that is gone.
+template <class Open>
+auto OrGone(Open open) -> decltype(open()) {
+    try {
+        return open();
+    } catch (const PlatformError& error) {
+        for (const long gone : {MAPI_E_NOT_FOUND, MAPI_E_OBJECT_DELETED, MAPI_E_INVALID_ENTRYID})
+            if (error.number() == gone)
+                return nullptr;
+        throw;
+    }
+}
+
 /// The ids name the same object; a text that is no id names none. Throws what else fails.
 bool SameObject(const RDOStore& store, const EntryID& a, const EntryID& b);
 

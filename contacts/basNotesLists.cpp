@@ -1,3 +1,4 @@
+#include "contacts/RequireTag.h"
 #include "contacts/basActivation.h"
 #include "contacts/basNotes.h"
 #include "core/Keys.h"
@@ -13,7 +14,7 @@ namespace {
 constexpr std::string_view kNoteImage = "imgStickyNote";
 
 PropTag keyTag(RDOProperties& object, std::string_view key) {
-    return GetPropTag(object, key, TypeOfKey(key));
+    return RequireTag(object, key, TypeOfKey(key));
 }
 
 ListRow noteRow(const TableRows& rows, size_t at) {

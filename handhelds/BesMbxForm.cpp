@@ -39,7 +39,7 @@ void BesMbxForm::forgetMailbox() {
 
 void BesMbxForm::Pick(AgentSession& session) {
     RecipientList list;
-    if (!PickRecipients(session, "BES Agent Mailbox", list, true) || list.Count() == 0 ||
+    if (!PickRecipients(session, "BES Agent Mailbox", list, true, "Agent") || list.Count() == 0 ||
         list.names == m_name)
         return;
     m_name = list.names;
@@ -90,11 +90,14 @@ std::string BesMbxForm::Save(AgentSession& session) {
         return "You must select the BES Agent mailbox!";
     if (!changed)
         return {};
-    if (ConnectorExists(session, m_name + "[Mbx]", m_id))
+    const auto exists = ConnectorExists(session, m_name + "[Mbx]", m_id);
+    if (!exists)
+        return std::string(kConnectorNotSaved);
+    if (*exists)
         return "This BES connector has already been configured!";
     const EntryID id = SaveConnector(session, m_id, [this](RDOMessage& record) { write(record); });
     if (id.empty())
-        return "Unable to save this BES connector";
+        return std::string(kConnectorNotSaved);
     m_saved = m_id = id;
     changed = false;
     return {};

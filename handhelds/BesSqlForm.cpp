@@ -158,7 +158,10 @@ void BesSqlForm::write(RDOMessage& record) const {
 std::string BesSqlForm::Save(AgentSession& session, Focus& focus) {
     if (std::string refusal = missing(focus); !refusal.empty() || !changed)
         return refusal;
-    if (ConnectorExists(session, Subject(), m_id)) {
+    const auto exists = ConnectorExists(session, Subject(), m_id);
+    if (!exists)
+        return std::string(kConnectorNotSaved);
+    if (*exists) {
         focus = Focus::DataSource;
         return "This BES connector has already been configured!";
     }
@@ -167,7 +170,7 @@ std::string BesSqlForm::Save(AgentSession& session, Focus& focus) {
         m_servers = std::move(servers);
     const EntryID id = SaveConnector(session, m_id, [this](RDOMessage& record) { write(record); });
     if (id.empty())
-        return "Unable to save this BES connector";
+        return std::string(kConnectorNotSaved);
     m_saved = m_id = id;
     changed = false;
     return {};

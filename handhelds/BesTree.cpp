@@ -148,18 +148,29 @@ TreeNode* AddConnectorNode(TreeModel& tree, const RDOMessage& connector, bool ma
                     "imgConnectorBES");
 }
 
-void LoadBesConnectors(AgentSession& session, TreeModel& tree) {
+bool LoadBesConnectors(AgentSession& session, TreeModel& tree) {
     TreeNode* placeholder = tree.Find(kPlaceholder);
-    if (!placeholder || !session.agentInfo)
-        return;
-    tree.Remove(*placeholder);
-    for (const EntryID& id : GetMessageIDs(session, *session.agentInfo, kConnectorClass, ""))
-        Trap(
-            [&] {
-                if (const RDOMessagePtr connector = GetMessage(session, id))
-                    loadConnector(session, tree, *connector);
-            },
-            [&](const Trapped& error) { session.log("LoadBesConnectors:" + error.text()); });
+    if (!placeholder)
+        return true;
+    if (!session.agentInfo)
+        return false;
+    const auto failed = [&](const Trapped& error) {
+        session.log("LoadBesConnectors:" + error.text());
+    };
+    return Trap(
+        [&] {
+            const auto ids = RequireMessageIDs(*session.agentInfo, kConnectorClass, "");
+            tree.Remove(*placeholder);
+            for (const EntryID& id : ids)
+                Trap(
+                    [&] {
+                        if (const RDOMessagePtr connector = GetMessage(session, id))
+                            loadConnector(session, tree, *connector);
+                    },
+                    failed);
+            return true;
+        },
+        failed);
 }
 
 std::string LoadBesServers(AgentSession& session, TreeModel& tree, TreeNode& connector,
@@ -234,19 +245,18 @@ EntryID SaveConnector(AgentSession& session, const EntryID& id,
         [&](const Trapped& error) { session.log("SaveConnector:" + error.text()); });
 }
 
-bool ConnectorExists(AgentSession& session, std::string_view subject, const EntryID& own) {
-    if (!session.agentInfo)
-        return false;
-    const auto ids = GetMessageIDs(session, *session.agentInfo, kConnectorClass, subject);
-    if (ids.empty() || own.empty())
-        return !ids.empty();
-    return TrapSilently([&] {
-        const RDOStorePtr store = session.rdo->Stores().DefaultStore();
-        for (const EntryID& id : ids)
-            if (!store->CompareEntryIDs(id, own))
-                return true;
-        return false;
-    });
+std::optional<bool> ConnectorExists(AgentSession& session, std::string_view subject,
+                                    const EntryID& own) {
+    return Trap(
+        [&]() -> std::optional<bool> {
+            if (!session.agentInfo)
+                throw PlatformError(MAPI_E_NOT_FOUND, "the connectors are not there");
+            const RDOStorePtr store = session.rdo->Stores().DefaultStore();
+            return std::ranges::any_of(
+                RequireMessageIDs(*session.agentInfo, kConnectorClass, subject),
+                [&](const EntryID& id) { return own.empty() || !store->CompareEntryIDs(id, own); });
+        },
+        [&](const Trapped& error) { session.log("ConnectorExists:" + error.text()); });
 }
 
 bool ExcludeBes(AgentSession& session, TreeModel& tree, TreeNode& bes) {

@@ -51,7 +51,7 @@ std::string fillConnectors(Console& console) {
     if (!session.agentInfo)
         return "The connectors can't be read.";
     LoadBesConnectors(session, console.tree());
-    for (const EntryID& id : GetMessageIDs(session, *session.agentInfo, kConnectorClass, "")) {
+    for (const EntryID& id : RequireMessageIDs(*session.agentInfo, kConnectorClass, "")) {
         if (console.LoadOvertaken())
             break;
         if (const RDOMessagePtr connector = GetMessage(session, id))
@@ -170,8 +170,7 @@ public:
              fillConnectors});
     }
     bool Expand(Console& console, TreeNode&) override {
-        LoadBesConnectors(console.session(), console.tree());
-        return true;
+        return LoadBesConnectors(console.session(), console.tree());
     }
 };
 

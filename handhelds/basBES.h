@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,7 +44,8 @@ std::vector<std::string> ReadMbxCxnString(AgentSession& session, const std::stri
                                           const std::string& mailbox);
 
 /// Loads the connectors below the root the first time, when the tree still has their placeholder.
-void LoadBesConnectors(AgentSession& session, TreeModel& tree);
+/// False when they can't be read, which is logged: the placeholder stays for another try.
+bool LoadBesConnectors(AgentSession& session, TreeModel& tree);
 /// Adds the servers of a connector below its node; gives the list of the excluded ones.
 std::string LoadBesServers(AgentSession& session, TreeModel& tree, TreeNode& connector,
                            const std::vector<std::string>& servers, std::string_view exclude);
@@ -59,8 +61,10 @@ RDOMessagePtr OpenConnector(AgentSession& session, const EntryID& id);
 /// log, when it couldn't be saved.
 EntryID SaveConnector(AgentSession& session, const EntryID& id,
                       const std::function<void(RDOMessage&)>& write);
-/// Another connector has the subject.
-bool ConnectorExists(AgentSession& session, std::string_view subject, const EntryID& own);
+/// Another connector has the subject; nothing when that can't be told, which is logged.
+std::optional<bool> ConnectorExists(AgentSession& session, std::string_view subject,
+                                    const EntryID& own);
+inline constexpr std::string_view kConnectorNotSaved = "Unable to save this BES connector";
 /// Takes a BES out of its connector, or in again; false when that was refused or failed, and told.
 bool ExcludeBes(AgentSession& session, TreeModel& tree, TreeNode& bes);
 bool IncludeBes(AgentSession& session, TreeModel& tree, TreeNode& bes);

@@ -81,6 +81,7 @@ class ServerRowKind : public NodeKind {
 public:
     ServerRowKind(std::string_view tag, std::shared_ptr<ServerList> list, HostForms forms)
         : NodeKind(std::string(tag)), m_list(std::move(list)), m_forms(std::move(forms)) {}
+    std::string_view DeleteCommand() const override { return "mnuServerDelete"; }
     bool Run(Console& console, std::string_view command) override {
         if (command != kProperties)
             return false;

@@ -79,7 +79,16 @@ void runNow(Console& console, ServerList& list, const RunNow& run) {
 /// Runs on the server that makes the report, whichever one is selected, and renews no row.
 void runBSR(Console& console) {
     AgentSession& session = console.session();
-    auto host = FindReportingServer(session);
+    bool failed = false;
+    const RDOMessagePtr host = Trap(
+        [&] { return FindReportingServer(session); },
+        [&](const Trapped& error) {
+            failed = true;
+            session.log("FindReportingServer: " + error.text());
+            session.ui().MsgBox("The servers can't be read!\n" + error.description, BoxIcon::Stop);
+        });
+    if (failed)
+        return;
     const std::string name = TrapSilently([&] { return host ? host->Subject() : std::string(); });
     if (name.empty()) {
         session.ui().MsgBox("There is no designated BSR reporting server!", BoxIcon::Stop);

@@ -61,9 +61,13 @@ std::string GetTaskDetail(RDOMessage& host) {
 void EndAllTasks(AgentSession& session) { NotifyAgents(session, kCodeEndTask); }
 
 RDOMessagePtr FindReportingServer(AgentSession& session) {
-    for (const EntryID& id : GetHostMessages(session))
-        if (auto host = GetMessage(session, id); host && KeyFlag(*host, "BSR.ReportStats"))
+    if (!session.agentInfo)
+        throw PlatformError(MAPI_E_NOT_FOUND, "The agent mailbox can't be read.");
+    for (const EntryID& id : RequireMessageIDs(*session.agentInfo, kHostClass, "")) {
+        RDOMessagePtr host = session.rdo->GetMessageFromID(id, {});
+        if (RequireKey(*host, "BSR.ReportStats").valueOr(false))
             return host;
+    }
     return nullptr;
 }
 

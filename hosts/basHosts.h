@@ -21,7 +21,8 @@ std::string GetCurrentTask(RDOMessage& host);
 std::string GetTaskDetail(RDOMessage& host);
 /// Stops the running task on every agent server.
 void EndAllTasks(AgentSession& session);
-/// The first host message that makes the BES statistics report; nullptr when there is none.
+/// The first host message that makes the BES statistics report; nullptr when there is none. Throws
+/// when that can't be told.
 RDOMessagePtr FindReportingServer(AgentSession& session);
 
 /// True when the host answered an ICMP echo within 2000 ms; why it didn't goes into the log. Events

@@ -27,7 +27,7 @@ void AcfForm::Start(const Controls& controls) {
     m_controls = controls;
     m_admins = new RecipientBox(
         m_session, {controls.admins, controls.chooseAdmins, nullptr, controls.details},
-        {"Alternate Contact Folder Admins"},
+        {"Alternate Contact Folder Admins", "List"},
         [this](const std::string& addresses) {
             ShowMembers(m_session, "Members", addresses, this);
         },
@@ -110,6 +110,7 @@ void AcfForm::ChooseFolder() {
                  });
         if (taken)
             return;
+        options.startPath = pick->path; // its neighbours are at hand for the next try
     }
 }
 

@@ -58,7 +58,8 @@ std::string frmACFMbx::serverOf(const EntryID& entry) {
 
 void frmACFMbx::onMailbox() {
     RecipientList chosen;
-    if (!PickRecipients(session(), "Select Mailbox", chosen, true) || chosen.addresses.empty())
+    if (!PickRecipients(session(), "Select Mailbox", chosen, true, "Owner") ||
+        chosen.addresses.empty())
         return;
     const std::string address = Trim(chosen.addresses);
     if (EqualNoCase(address, session().agentSMTP)) {

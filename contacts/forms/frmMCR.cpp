@@ -69,6 +69,7 @@ void frmMCR::onPath() {
                  });
         if (taken)
             return;
+        options.startPath = pick->path; // its neighbours are at hand for the next try
     }
 }
 

@@ -157,4 +157,48 @@ TEST_F(AcfChanges, AFailedDeleteKeepsTheSource) {
     EXPECT_EQ(failing.ui.shown[1], "Unable to remove Suppliers!\n" + std::string(kFailure));
 }
 
+/// A source that went alone would leave its list to be switched off as one that has lost it.
+TEST_F(AcfChanges, AFailedSearchIsNoSourceWithoutAList) {
+    for (const std::string_view link : {kMclGuidKey, kMclFolderKey}) {
+        const int runs = ForEachFailure([&](const Arm& arm) {
+            const EntryID source = addAcf("S", folder, {{kAcsGuidKey, "G-9"}});
+            const EntryID list =
+                addList("List", {{link, link == kMclGuidKey ? std::string("G-9") : folder.text()}});
+            FailingSession failing(world);
+            failing.LogOn();
+            arm(failing.store.plan());
+            const AcfChange removed = RemoveAcf(failing.session, source, "S");
+            const bool failed = failing.store.plan().Failed();
+            if (!gone(list)) {
+                EXPECT_TRUE(failed);
+                const std::string last = failing.ui.shown.empty() ? "" : failing.ui.shown.back();
+                EXPECT_TRUE(last.starts_with("Unable to remove S!") ||
+                            last.starts_with("Unable to delete the linked"))
+                    << last;
+                EXPECT_EQ(gone(source), static_cast<bool>(removed));
+                EXPECT_TRUE(removed.list.empty());
+                GetMessage(session(), list)->Delete();
+            } else {
+                EXPECT_TRUE(gone(source));
+            }
+            if (!gone(source))
+                GetMessage(session(), source)->Delete();
+            return failed;
+        });
+        EXPECT_GT(runs, 10);
+    }
+}
+
+TEST_F(AcfChanges, AFailedSearchOffersNoSecondList) {
+    addList("List", {{kMclGuidKey, "G-1"}});
+    const int runs = ForEachFailure([&](const Arm& arm) {
+        FailingSession failing(world);
+        failing.LogOn();
+        arm(failing.store.plan());
+        EXPECT_FALSE(CanMakeMCL(failing.session, acf));
+        return failing.store.plan().Failed();
+    });
+    EXPECT_GT(runs, 5);
+}
+
 } // namespace

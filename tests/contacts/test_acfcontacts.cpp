@@ -1,5 +1,7 @@
 #include "contacts/basACFContacts.h"
+#include "core/Trap.h"
 #include "tests/contacts/AcfTest.h"
+#include "tests/support/FailingWorld.h"
 
 namespace {
 
@@ -130,6 +132,29 @@ TEST_F(AcfContacts, QuickLoadEndsAtAThousand) {
     int looks = 0;
     const ContactRows stopped = ReadAcfContacts(session(), *folder, [&] { return ++looks > 2; });
     EXPECT_EQ(stopped.rows.size(), 100u);
+}
+
+/// Contacts whose addresses can't be had must not show as contacts without one.
+TEST_F(AcfContacts, AFailedReadShowsNothing) {
+    add("Adam Able", {{"0x8084", "adam@x"}, {"0x8094", "able@x"}});
+    const int runs = ForEachFailure([&](const Arm& arm) {
+        FailingSession failing(world);
+        failing.LogOn();
+        const RDOFolderPtr same = failing.session.rdo->GetFolderFromID(
+            folder->ID(), failing.session.rdo->Stores().PublicStore()->ID());
+        arm(failing.store.plan());
+        Trap(
+            [&] {
+                const auto never = [] { return false; };
+                const ContactRows contacts = ReadAcfContacts(failing.session, *same, never);
+                ASSERT_EQ(contacts.rows.size(), 1u);
+                EXPECT_EQ(contacts.rows[0].texts[1], "adam@x");
+                EXPECT_EQ(contacts.rows[0].texts[2], "able@x");
+            },
+            [&](const Trapped& error) { EXPECT_EQ(error.description, kFailure); });
+        return failing.store.plan().Failed();
+    });
+    EXPECT_GT(runs, 3);
 }
 
 } // namespace

@@ -401,7 +401,7 @@ TEST_F(AcfKinds, RemovingASourceLeavesItsNode) {
     const std::string sure = "Are you sure you want to remove A from the list of Alternate Contact "
                              "Sources?\n\nThis action cannot be reversed.";
     world.ui.Expect(sure, BoxAnswer::Cancel);
-    console->RunCommand("mnuAcfRemove");
+    console->DeleteKey();
     EXPECT_EQ(branch().size(), 3u);
     EXPECT_EQ(console->CurrentKey(), a.text());
     world.ui.Expect(sure, BoxAnswer::OK);
@@ -455,6 +455,34 @@ TEST_F(AcfKinds, ActivationGhostsNodeAndRow) {
     console->RunCommand("mnuActionInactivate");
     EXPECT_TRUE(shown("mnuActionActivate"));
     EXPECT_FALSE(shown("mnuActionInactivate"));
+}
+
+TEST_F(AcfKinds, TheNodeOfALinkedPinListFollows) {
+    const EntryID a = addAcf("A");
+    build("A");
+    const RDOMessagePtr acf = GetMessage(session(), a);
+    SetKey(*acf, kAcsGuidKey, "G-1");
+    acf->Save();
+    const RDOMessagePtr list = GetMCLFolder(session()).folder->Items()->Add(kMclClass);
+    list->SetSubject("Ours");
+    SetKey(*list, kMclGuidKey, "G-1");
+    list->Save();
+    const std::string key = list->ID().text();
+    ASSERT_NE(console->tree().Add("pdlroot", key, "pdlt", "Ours", "imgPDL"), nullptr);
+    click(a.text());
+    world.ui.Expect("Inactivate A?\n"
+                    "The linked Mandatory Contact List 'Ours' will also be inactivated.",
+                    BoxAnswer::Yes);
+    console->RunCommand("mnuActionInactivate");
+    EXPECT_TRUE(console->tree().Find(key)->ghosted);
+    world.ui.Expect("Activate A?", BoxAnswer::Yes);
+    world.ui.Expect("Do you also want to activate the linked Mandatory Contact List 'Ours'?",
+                    BoxAnswer::No);
+    console->RunCommand("mnuActionActivate");
+    EXPECT_TRUE(console->tree().Find(key)->ghosted);
+    world.ui.Expect("", BoxAnswer::OK);
+    console->RunCommand("mnuAcfRemove");
+    EXPECT_EQ(console->tree().Find(key), nullptr);
 }
 
 TEST_F(AcfKinds, AListIsMadeOnce) {

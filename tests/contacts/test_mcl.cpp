@@ -99,17 +99,17 @@ TEST_F(MclFolderTest, SaysWhenTheAgentMessageIsGone) {
 }
 
 TEST_F(MclFolderTest, ALookInPassingMakesAndSaysNothing) {
-    EXPECT_EQ(OpenMCLFolder(session()), nullptr);
+    EXPECT_EQ(RequireMCLFolder(session()), nullptr);
     EXPECT_EQ(root()->Folders()->Item("Mandatory Contacts"), nullptr);
     const EntryID made = GetMCLFolder(session()).id;
-    EXPECT_EQ(OpenMCLFolder(session())->ID(), made);
+    EXPECT_EQ(RequireMCLFolder(session())->ID(), made);
     const RDOFolderPtr gone = mailFolder("Gone");
     store("\\\\Mailbox - Agent Mailbox\\Gone", gone->ID().text());
     gone->Delete();
-    EXPECT_EQ(OpenMCLFolder(session()), nullptr);
+    EXPECT_EQ(RequireMCLFolder(session()), nullptr);
     const RDOFolderPtr folder = mailFolder("Lists");
     store("\\\\Mailbox - Agent Mailbox\\Lists", "");
-    EXPECT_EQ(OpenMCLFolder(session())->ID(), folder->ID());
+    EXPECT_EQ(RequireMCLFolder(session())->ID(), folder->ID());
     EXPECT_EQ(agentKey("MCEntryID"), Value(""));
 }
 
@@ -188,7 +188,7 @@ protected:
         return source ? source->Subject() : "";
     }
     std::string listOf(const EntryID& source) {
-        const RDOMessagePtr list = FindLinkedMCL(session(), *open(source));
+        const RDOMessagePtr list = RequireLinkedMCL(session(), *open(source));
         return list ? list->Subject() : "";
     }
 };

@@ -227,6 +227,106 @@ TEST_F(MclKindTest, AnotherFolderIsShownAtOnce) {
     EXPECT_EQ(view.title, "\\\\Mailbox - Agent Mailbox\\Lists - Mandatory Contacts ");
 }
 
+// --- Lists that are PIN distribution lists: their nodes follow
+
+class PdlNodeTest : public MclKindTest {
+protected:
+    /// The branch as it is once it was expanded.
+    void expandBranch(const std::vector<std::pair<EntryID, std::string>>& lists) {
+        TreeModel& tree = console->tree();
+        tree.RemoveChildren(*tree.Find("pdlroot"));
+        for (const auto& [id, name] : lists)
+            ASSERT_NE(tree.Add("pdlroot", id.text(), "pdlt", name, "imgPDL"), nullptr);
+    }
+    std::string branch() {
+        std::string texts;
+        for (const auto& child : console->tree().Find("pdlroot")->children)
+            texts += child->text + " ";
+        return texts;
+    }
+    void rename(const EntryID& id, std::string_view name) {
+        const RDOMessagePtr record = open(id);
+        record->SetSubject(name);
+        record->Save();
+    }
+};
+
+TEST_F(PdlNodeTest, ADeletedListLosesItsNode) {
+    const EntryID a = addList("A", {{"MCL Source", "x"}}), b = addList("B", {{"MCL Source", "x"}});
+    show();
+    expandBranch({{a, "A"}, {b, "B"}});
+    select({"A"});
+    world.ui.Expect("Are you sure you want to delete this Mandatory Contact List\n  A",
+                    BoxAnswer::Cancel);
+    console->DeleteKey();
+    EXPECT_EQ(branch(), "A B ");
+    world.ui.Expect("Are you sure you want to delete this Mandatory Contact List\n  A");
+    console->DeleteKey();
+    EXPECT_EQ(branch(), "B ");
+    EXPECT_EQ(console->CurrentTag(), "mclf");
+}
+
+TEST_F(PdlNodeTest, ARenamedListKeepsTheOrderOfTheNodes) {
+    answer = addList("A", {{"MCL Source", "x"}});
+    const EntryID b = addList("B", {{"MCL Source", "x"}}), c = addList("C", {{"MCL Source", "x"}});
+    show();
+    expandBranch({{answer, "A"}, {b, "B"}, {c, "C"}});
+    select({"A"});
+    rename(answer, "bb");
+    console->RunCommand("mnuActionmnuProps");
+    EXPECT_EQ(branch(), "B bb C ");
+    EXPECT_EQ(console->tree().Find(answer.text())->tag, "pdlt");
+    select({"bb"});
+    rename(answer, "D");
+    console->RunCommand("mnuActionmnuProps");
+    EXPECT_EQ(branch(), "B C D ");
+}
+
+TEST_F(PdlNodeTest, ANodeIsGhostedWithItsList) {
+    const EntryID a = addList("A", {{"MCL Source", "x"}});
+    const EntryID lost = addList("Lost", {{"ACS.Guid", "G1"}});
+    console->LoadTreeRoot();
+    expandBranch({{a, "A"}, {lost, "Lost"}});
+    console->NodeClick(*console->tree().Find("mclf"));
+    EXPECT_TRUE(console->tree().Find(lost.text())->ghosted); // the view has switched it off
+    EXPECT_FALSE(console->tree().Find(a.text())->ghosted);
+    select({"A"});
+    world.ui.Expect("Inactivate A?", BoxAnswer::Yes);
+    console->RunCommand("mnuActionInactivate");
+    EXPECT_TRUE(console->tree().Find(a.text())->ghosted);
+    world.ui.Expect("Activate A?", BoxAnswer::Yes);
+    console->RunCommand("mnuActionActivate");
+    EXPECT_FALSE(console->tree().Find(a.text())->ghosted);
+}
+
+TEST_F(PdlNodeTest, OnlyNodesOfPinListsAreTouched) {
+    const EntryID a = addList("A", {{"MCL Source", "x"}});
+    console->LoadTreeRoot();
+    ASSERT_NE(console->tree().Add("acfroot", a.text(), "acf", "Source", "imgContact"), nullptr);
+    console->NodeClick(*console->tree().Find("mclf"));
+    EXPECT_EQ(console->tree().Find(a.text())->text, "Source");
+    select({"A"});
+    world.ui.Expect("");
+    console->DeleteKey();
+    EXPECT_NE(console->tree().Find(a.text()), nullptr);
+}
+
+TEST_F(PdlNodeTest, AnotherFolderHasOtherPinLists) {
+    const EntryID old = addList("Old", {{"MCL Source", "x"}, {"PDL", true}});
+    show();
+    expandBranch({{old, "Old"}});
+    const RDOFolderPtr target =
+        session().rdo->Stores().DefaultStore()->IPMRootFolder()->Folders()->Add("Lists");
+    world.ui.ExpectFolders(
+        {{target->ID(), target->StoreID(), "\\\\Mailbox - Agent Mailbox\\Lists"}});
+    world.ui.Expect("", BoxAnswer::No);
+    console->RunCommand("mnuMclSetPath");
+    EXPECT_EQ(console->tree().Find(old.text()), nullptr);
+    EXPECT_NE(console->tree().Find("dummypdl"), nullptr); // to be read at the next expansion
+    EXPECT_EQ(console->CurrentTag(), "mclf");
+    EXPECT_EQ(names(), "");
+}
+
 TEST_F(MclKindTest, AListThatIsLeftWhileItLoadsStaysAway) {
     for (int i = 0; i < 20; ++i)
         addList("L" + std::to_string(i), {{"MCL Source", "x"}});

@@ -151,7 +151,7 @@ TEST_F(NoteKinds, AsksForEachNoteThatIsToBeDeleted) {
     world.ui.Expect("Are you sure you want to delete One?", BoxAnswer::Yes);
     world.ui.Expect("Are you sure you want to delete Three?", BoxAnswer::No);
     world.ui.Expect("Are you sure you want to delete Two?", BoxAnswer::Yes);
-    console->RunCommand("mnuMandatoryDelete");
+    console->DeleteKey();
     EXPECT_EQ(rows(), Names{"epsnote + Three"});
     EXPECT_EQ(view.status, "1 note");
     click("epsroot");
@@ -184,7 +184,7 @@ TEST_F(NoteKinds, ShowsTheFolders) {
     console->ActivateRow(1);
     EXPECT_EQ(opened, Names{"folder " + news.text()});
     world.ui.Expect("Delete News from the list of Mandatory Notes Public Folders?", BoxAnswer::Yes);
-    console->RunCommand("mnuNotesPFDelete");
+    console->DeleteKey();
     EXPECT_EQ(rows(), Names{"epsnotePF + Gone"});
     EXPECT_EQ(view.status, "1 item");
 }

@@ -3,6 +3,7 @@
 #include "contacts/basActivation.h"
 #include "contacts/basNotes.h"
 #include "core/Text.h"
+#include "core/Trap.h"
 #include "core/basStore.h"
 #include "tests/support/FailingWorld.h"
 #include "tests/support/World.h"
@@ -208,6 +209,29 @@ TEST_F(Notes, ListsTheNotes) {
     EXPECT_EQ(rows[1].tag, "xepsnote");
     EXPECT_TRUE(rows[1].ghosted);
     EXPECT_EQ(rows[1].texts[2], "");
+}
+
+/// A note whose target can't be had must not show as one for nobody.
+TEST_F(Notes, AFailedReadListsNothing) {
+    SaveNote(session(), {}, {"Beta", "Alice Adams", "alice@example.test"});
+    const int runs = ForEachFailure([&](const Arm& arm) {
+        FailingSession failing(world);
+        failing.LogOn();
+        const RDOFolderPtr folder = GetNotesFolder(failing.session);
+        arm(failing.store.plan());
+        Trap(
+            [&] {
+                std::vector<std::string> targets;
+                LoadNoteRows(*folder, [&](ListRow row) {
+                    targets.push_back(row.texts[2]);
+                    return true;
+                });
+                EXPECT_EQ(targets, Strings{"Alice Adams"});
+            },
+            [&](const Trapped& error) { EXPECT_EQ(error.description, kFailure); });
+        return failing.store.plan().Failed();
+    });
+    EXPECT_GT(runs, 3);
 }
 
 TEST_F(Notes, DeletesANoteAfterAsking) {

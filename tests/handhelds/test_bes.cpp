@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/handhelds/BesTest.h"
+#include "tests/support/FailingWorld.h"
 
 namespace {
 
@@ -229,13 +230,32 @@ TEST_F(Bes, AMailboxNamesItsServers) {
     EXPECT_TRUE(world.logHas("error: unable to open mailbox for nobody@x.test "));
 }
 
+/// A search that fails is neither a branch without connectors nor a name that is free.
+TEST_F(Bes, AFailedSearchIsTriedAgain) {
+    const auto message = connector("one", {{"Connector.CxnString", "db"}});
+    FailingSession failing(world);
+    failing.LogOn();
+    failing.store.plan().FailAt(1);
+    EXPECT_FALSE(LoadBesConnectors(failing.session, tree));
+    ASSERT_TRUE(failing.store.plan().Failed());
+    EXPECT_NE(tree.Find("dummybb"), nullptr);
+    EXPECT_EQ(tree.Find(message->ID().text()), nullptr);
+    EXPECT_TRUE(world.logHas("LoadBesConnectors:"));
+    EXPECT_TRUE(LoadBesConnectors(failing.session, tree));
+    EXPECT_EQ(tree.Find("dummybb"), nullptr);
+    EXPECT_NE(tree.Find(message->ID().text()), nullptr);
+    failing.store.plan().FailAt(1);
+    EXPECT_EQ(ConnectorExists(failing.session, "two", {}), std::nullopt);
+    EXPECT_EQ(ConnectorExists(failing.session, "two", {}), false);
+}
+
 TEST_F(Bes, ASubjectIsTakenByOthersOnly) {
     const auto message = connector("one", {});
-    EXPECT_FALSE(ConnectorExists(session(), "two", {}));
-    EXPECT_TRUE(ConnectorExists(session(), "one", {}));
-    EXPECT_FALSE(ConnectorExists(session(), "one", message->ID()));
+    EXPECT_EQ(ConnectorExists(session(), "two", {}), false);
+    EXPECT_EQ(ConnectorExists(session(), "one", {}), true);
+    EXPECT_EQ(ConnectorExists(session(), "one", message->ID()), false);
     connector("one", {});
-    EXPECT_TRUE(ConnectorExists(session(), "one", message->ID()));
+    EXPECT_EQ(ConnectorExists(session(), "one", message->ID()), true);
 }
 
 } // namespace

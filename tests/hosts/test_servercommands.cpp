@@ -1,8 +1,10 @@
 #include <gmock/gmock.h>
 
+#include "core/Trap.h"
 #include "core/basRegistry.h"
 #include "core/basService.h"
 #include "tests/hosts/HostTest.h"
+#include "tests/support/FailingWorld.h"
 
 namespace {
 
@@ -185,6 +187,27 @@ TEST_F(ServerCommands, BSRNeedsAReportingServerThatIsIdle) {
     EXPECT_THAT(world.services.sent, IsEmpty());
 }
 
+/// Servers that can't be read are not servers without the report.
+TEST_F(ServerCommands, BSRNeedsTheServersRecords) {
+    hosts.Set(b, "BSR.ReportStats", true);
+    const int runs = ForEachFailure([&](const Arm& arm) {
+        FailingSession failing(world);
+        failing.LogOn();
+        arm(failing.store.plan());
+        const RDOMessagePtr host =
+            Trap([&] { return FindReportingServer(failing.session); },
+                 [](const Trapped& error) { EXPECT_EQ(error.description, kFailure); });
+        EXPECT_EQ(host == nullptr, failing.store.plan().Failed());
+        return failing.store.plan().Failed();
+    });
+    EXPECT_GT(runs, 5);
+    open();
+    world.session->agentInfo = nullptr;
+    world.ui.Expect("The servers can't be read!\nThe agent mailbox can't be read.");
+    run("mnuServerBSRNow");
+    EXPECT_THAT(world.services.sent, IsEmpty());
+}
+
 TEST_F(ServerCommands, BSRRunsFromItsNodeToo) {
     hosts.Set(b, "BSR.ReportStats", true);
     registerKinds();
@@ -341,7 +364,7 @@ TEST_F(ServerCommands, DeleteAsksAndTakesTheRecord) {
     run("mnuServerDelete");
     EXPECT_EQ(names(), (Names{"SRVA", "SRVB"}));
     world.ui.Expect("Are you sure you want to delete SRVA?", BoxAnswer::OK);
-    run("mnuServerDelete");
+    console->DeleteKey();
     EXPECT_EQ(names(), Names{"SRVB"});
     EXPECT_EQ(view.status, "1 server");
     EXPECT_EQ(GetMessage(*world.session, a), nullptr);

@@ -1,6 +1,7 @@
 #include "platform/ui/qt/QtUi.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QMessageBox>
@@ -61,17 +62,6 @@ BoxAnswer answerOf(int button) {
     default:
         return BoxAnswer::Cancel;
     }
-}
-
-std::optional<std::string> chooseFile(QFileDialog& dialog, std::string_view filter) {
-    dialog.setObjectName(QStringLiteral("fileDialog"));
-    const QStringList filters = FileFilters(filter);
-    if (!filters.isEmpty())
-        dialog.setNameFilters(filters);
-    const PlainCursor cursor;
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return std::nullopt;
-    return ToUtf8(dialog.selectedFiles().constFirst());
 }
 
 /// "*.csv;*.txt" gives "csv".
@@ -136,6 +126,22 @@ std::optional<std::string> QtUi::InputBox(std::string_view prompt, std::string_v
     if (dialog.exec() != QDialog::Accepted)
         return std::nullopt;
     return ToUtf8(dialog.textValue());
+}
+
+std::optional<std::string> QtUi::chooseFile(QFileDialog& dialog, std::string_view filter) {
+    dialog.setObjectName(QStringLiteral("fileDialog"));
+    const QStringList filters = FileFilters(filter);
+    if (!filters.isEmpty())
+        dialog.setNameFilters(filters);
+    const QString kind = firstSuffix(filter);
+    if (const QString folder = m_folders.value(kind); QDir(folder).exists() && !folder.isEmpty())
+        dialog.setDirectory(folder);
+    const PlainCursor cursor;
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return std::nullopt;
+    const QString file = dialog.selectedFiles().constFirst();
+    m_folders[kind] = QFileInfo(file).absolutePath();
+    return ToUtf8(file);
 }
 
 std::optional<std::string> QtUi::OpenFileName(std::string_view title, std::string_view filter) {

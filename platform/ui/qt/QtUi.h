@@ -1,11 +1,14 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QHash>
 #include <QPointer>
 #include <QString>
 #include <QWidget>
 
 #include "platform/ui/Ui.h"
+
+class QFileDialog;
 
 namespace kr {
 
@@ -33,7 +36,8 @@ struct QtStatus {
 };
 
 /// The person at the console, asked with Qt's windows. Boxes have the object name "msgBox", input
-/// boxes "inputBox", file questions "fileDialog".
+/// boxes "inputBox", file questions "fileDialog". A file question begins in the folder in which a
+/// file of that kind was last opened or saved.
 class QtUi : public Ui {
 public:
     QtUi();
@@ -73,10 +77,13 @@ public:
     static constexpr int kTurn = 40;
 
 private:
+    std::optional<std::string> chooseFile(QFileDialog& dialog, std::string_view filter);
+
     QtDialogs m_dialogs;
     QtStatus m_status;
     QPointer<QWidget> m_window;
     QElapsedTimer m_sinceTurn;
+    QHash<QString, QString> m_folders; // by kind of file, where the last one was chosen
     int m_waitDepth = 0;
 };
 

@@ -128,7 +128,10 @@ TEST_F(frmACFTest, FoldersThatAreTakenAreRefused) {
     ui.Expect("Master Contact Repository is the Master Contacts Repository!\nPlease try again.");
     ui.ExpectFolders({pickOf(free)});
     press("cmdPath");
-    EXPECT_EQ(ui.asked.size(), 3u);
+    ASSERT_EQ(ui.asked.size(), 3u);
+    EXPECT_EQ(ui.asked[0].startPath, "");
+    EXPECT_EQ(ui.asked[1].startPath, pickOf(folder).path); // where the person was
+    EXPECT_EQ(ui.asked[2].startPath, pickOf(repository).path);
     EXPECT_EQ(line("txtName")->text(), "Free");
 }
 
@@ -209,6 +212,7 @@ TEST_F(frmACFTest, AdminsAreChosenAndShown) {
     ui.ExpectAddressBook(std::nullopt);
     press("cmdAdmins");
     EXPECT_EQ(ui.preselected()[0].size(), 2u);
+    EXPECT_EQ(ui.toLabels(), std::vector<std::string>{"List"});
     ui.ExpectAddressBook(std::vector<PickedRecipient>{entry("Sales")});
     press("cmdAdmins");
     EXPECT_EQ(admins(), QStringList{"Sales"});

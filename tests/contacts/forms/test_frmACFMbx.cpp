@@ -52,6 +52,7 @@ TEST_F(frmACFMbxTest, ANewSourceIsCheckedAndSaved) {
     refused("You must select a mailbox!");
     EXPECT_EQ(form->focusWidget(), button("cmdMbx"));
     chooseMailbox("Dora Dorn", {});
+    EXPECT_EQ(ui.toLabels(), std::vector<std::string>{"Owner"});
     EXPECT_EQ(line("txtMbx")->text(), "Mailbox - Dora Dorn");
     EXPECT_TRUE(button("cmdPath")->isEnabled());
     ASSERT_EQ(ui.asked.size(), 1u); // it opened at once

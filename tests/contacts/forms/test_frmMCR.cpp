@@ -80,7 +80,8 @@ TEST_F(frmMCRTest, ASourceIsRefusedAndThePickerComesBack) {
               "Please try again.");
     ui.ExpectFolders({pickOf(other)});
     press("cmdPath");
-    EXPECT_EQ(ui.asked.size(), 2u);
+    ASSERT_EQ(ui.asked.size(), 2u);
+    EXPECT_EQ(ui.asked[1].startPath, pickOf(folder).path); // where the person was
     press("cmdOK");
     EXPECT_EQ(folderOfRecord(), other->ID());
     EXPECT_EQ(countOf(kAcfClass), 1u);

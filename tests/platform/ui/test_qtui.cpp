@@ -2,7 +2,9 @@
 
 #include <QApplication>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -114,6 +116,47 @@ TEST(QtUiTest, SaveFileTakesTheFiltersEnding) {
               (target + ".csv").toStdString());
     whenModal<QFileDialog>("fileDialog", [](QFileDialog* dialog) { dialog->reject(); });
     EXPECT_EQ(ui.OpenFileName("Open", "XML file (*.xml)|*.xml"), std::nullopt);
+}
+
+TEST(QtUiTest, FileQuestionsBeginWhereTheLastFileOfTheirKindLay) {
+    QTemporaryDir csv, xml;
+    QtUi ui;
+    const auto choose = [](const QString& file) {
+        return [file](QFileDialog* dialog) {
+            auto* edit = dialog->findChild<QLineEdit*>("fileNameEdit");
+            ASSERT_NE(edit, nullptr);
+            edit->setText(file);
+            QTest::keyClick(edit, Qt::Key_Return);
+        };
+    };
+    QString shown;
+    const auto look = [&](QFileDialog* dialog) {
+        shown = QDir(dialog->directory()).canonicalPath();
+        dialog->reject();
+    };
+    QFile(csv.filePath("a.csv")).open(QIODevice::WriteOnly);
+    whenModal<QFileDialog>("fileDialog", choose(csv.filePath("a.csv")));
+    EXPECT_EQ(ui.OpenFileName("Open", "CSV file (*.csv)|*.csv"),
+              csv.filePath("a.csv").toStdString());
+    whenModal<QFileDialog>("fileDialog", choose(xml.filePath("b")));
+    EXPECT_EQ(ui.SaveFileName("Save", "XML file (*.xml)|*.xml", ""),
+              xml.filePath("b.xml").toStdString());
+
+    whenModal<QFileDialog>("fileDialog", look);
+    ui.OpenFileName("Open", "Comma separated values (*.csv)|*.csv");
+    EXPECT_EQ(shown, QDir(csv.path()).canonicalPath());
+    whenModal<QFileDialog>("fileDialog", look); // a cancelled question is not remembered
+    ui.OpenFileName("Open", "XML file (*.xml)|*.xml");
+    EXPECT_EQ(shown, QDir(xml.path()).canonicalPath());
+    whenModal<QFileDialog>("fileDialog", [&](QFileDialog* dialog) {
+        EXPECT_EQ(dialog->selectedFiles(), QStringList{csv.filePath("list.csv")});
+        dialog->reject();
+    });
+    ui.SaveFileName("Save", "CSV file (*.csv)|*.csv", "list.csv");
+    csv.remove(); // a folder that has gone is no place to begin at
+    whenModal<QFileDialog>("fileDialog", look);
+    ui.OpenFileName("Open", "CSV file (*.csv)|*.csv");
+    EXPECT_FALSE(shown.isEmpty());
 }
 
 TEST(QtUiTest, DoEventsTurnsAtMostOnceInAWhile) {
