@@ -17,17 +17,18 @@ TreeNode* nodeOf(Console& console, const EntryID& list) {
     return node && node->tag == kListTag ? node : nullptr;
 }
 
-/// Behind the siblings that aren't lists and those with a lower name.
-size_t placeOf(const TreeNode& node) {
+} // namespace
+
+void PlacePdlNode(Console& console, TreeNode& node) {
     const Collator collator;
-    return static_cast<size_t>(
-        std::ranges::count_if(node.parent->children, [&](const auto& sibling) {
+    const auto place =
+        static_cast<size_t>(std::ranges::count_if(node.parent->children, [&](const auto& sibling) {
             return sibling.get() != &node &&
                    (sibling->tag != kListTag || collator.compare(sibling->text, node.text) <= 0);
         }));
+    if (place != node.row())
+        console.tree().Move(node, place);
 }
-
-} // namespace
 
 void RemovePdlNode(Console& console, const EntryID& list) {
     TreeNode* node = nodeOf(console, list);
@@ -44,8 +45,7 @@ void RenamePdlNode(Console& console, const EntryID& list, const std::string& nam
     if (!node || node->text == name)
         return;
     console.tree().SetText(*node, name);
-    if (const size_t place = placeOf(*node); place != node->row())
-        console.tree().Move(*node, place);
+    PlacePdlNode(console, *node);
 }
 
 void ShowPdlActive(Console& console, const EntryID& list, bool active) {

@@ -10,7 +10,10 @@
 namespace kr {
 
 class Console;
+struct TreeNode;
 
+/// The node stands among its siblings by its name, behind those that are no lists.
+void PlacePdlNode(Console& console, TreeNode& node);
 /// The list is gone; where its node was the current one, "pdlroot" is now.
 void RemovePdlNode(Console& console, const EntryID& list);
 /// The node keeps its place in the order of the names.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "console/Console.h"
+#include "contacts/PdlNodes.h"
 #include "contacts/basACF.h"
 #include "contacts/basActivation.h"
 #include "contacts/basMCL.h"
@@ -32,19 +33,12 @@ struct PdlNode {
     bool inactive = false;
 };
 
-/// The node stands among its siblings by its name.
 void addNode(Console& console, const PdlNode& list) {
     TreeNode* node = console.tree().Add(kRootTag, list.id.text(), kListTag, list.name, kImage);
     if (!node)
         return; // it is there already, or the tree has no root for it
     console.tree().SetGhosted(*node, list.inactive);
-    const Collator collator;
-    size_t place = 0;
-    for (const auto& sibling : node->parent->children)
-        if (sibling.get() != node &&
-            (sibling->tag != kListTag || collator.compare(sibling->text, list.name) <= 0))
-            place = sibling->row() + 1;
-    console.tree().Move(*node, std::min(place, node->parent->children.size() - 1));
+    PlacePdlNode(console, *node);
 }
 
 PdlNode nodeOf(const EntryID& id, RDOMessage& mcl) {
@@ -89,13 +83,10 @@ std::string loadNodes(Console& console) {
 
 /// A list may have got another name, or been switched, since its node was made.
 void refreshNode(Console& console, const PdlNode& list) {
-    TreeNode* node = console.tree().Find(list.id.text());
-    if (!node)
+    if (!console.tree().Find(list.id.text()))
         return;
-    if (node->text != list.name)
-        console.tree().SetText(*node, list.name);
-    if (node->ghosted != list.inactive)
-        console.tree().SetGhosted(*node, list.inactive);
+    RenamePdlNode(console, list.id, list.name);
+    ShowPdlActive(console, list.id, !list.inactive);
     console.SetTitle(list.name);
 }
 

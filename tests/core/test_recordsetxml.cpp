@@ -117,8 +117,8 @@ TEST_F(RecordsetXmlTest, WritesTheFormThatAdoReads) {
              "<s:datatype dt:type='string' dt:maxLength='4294967295' rs:long='true'/>",
              "<s:datatype dt:type='int' dt:maxLength='4' rs:fixedlength='true'/>",
              "<s:datatype dt:type='i2' dt:maxLength='2' rs:fixedlength='true'/>",
-             "<s:datatype dt:type='dateTime' rs:dbtype='variantdate' dt:maxLength='16' "
-             "rs:fixedlength='true'/>",
+             ("<s:datatype dt:type='dateTime' rs:dbtype='variantdate' dt:maxLength='16' "
+              "rs:fixedlength='true'/>"),
              "<s:datatype dt:type='boolean' dt:maxLength='2' rs:fixedlength='true'/>",
              "<s:datatype dt:type='number' rs:dbtype='currency' dt:maxLength='8'",
              "<s:datatype dt:type='string'/>",

@@ -15,7 +15,6 @@ namespace {
 using namespace kr;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 /// A console over a mailbox with push lists; the dialogs are scripted.
 struct MplConsole {

@@ -17,7 +17,6 @@
 namespace {
 
 using namespace kr;
-using ::testing::ElementsAre;
 using Texts = std::vector<std::string>;
 
 constexpr const char* kNoTargets = "You must select at least on address when choosing \n"
