@@ -16,6 +16,7 @@ bool isAscii(std::string_view text) {
 }
 
 char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; }
+char upperAscii(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; }
 
 std::string lowerAsciiText(std::string_view text) {
     std::string out(text);
@@ -25,14 +26,19 @@ std::string lowerAsciiText(std::string_view text) {
 
 bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-/// Applies a simple (one to one) mapping to each code point; stray bytes pass as they are.
+/// Applies a simple (one to one) mapping to each code point; stray bytes pass as they are. Most
+/// characters of most names are ASCII, which needs no tables.
 template <class Map>
-std::string mapPoints(std::string_view text, Map map) {
+std::string mapPoints(std::string_view text, char (*mapAscii)(char), Map map) {
     std::string out;
     out.reserve(text.size());
     const char* s = text.data();
     const auto length = static_cast<int32_t>(text.size());
     for (int32_t i = 0; i < length;) {
+        if (U8_IS_SINGLE(s[i])) {
+            out += mapAscii(s[i++]);
+            continue;
+        }
         const int32_t start = i;
         UChar32 point = 0;
         U8_NEXT(s, i, length, point);
@@ -52,9 +58,9 @@ std::string mapPoints(std::string_view text, Map map) {
 } // namespace
 
 std::string Fold(std::string_view text) {
-    return isAscii(text)
-               ? lowerAsciiText(text)
-               : mapPoints(text, [](UChar32 c) { return u_foldCase(c, U_FOLD_CASE_DEFAULT); });
+    return isAscii(text) ? lowerAsciiText(text) : mapPoints(text, lowerAscii, [](UChar32 c) {
+        return u_foldCase(c, U_FOLD_CASE_DEFAULT);
+    });
 }
 
 bool EqualNoCase(std::string_view a, std::string_view b) {
@@ -93,11 +99,11 @@ size_t FindNoCase(std::string_view text, std::string_view part) {
 
 std::string ToLower(std::string_view text) {
     return isAscii(text) ? lowerAsciiText(text)
-                         : mapPoints(text, [](UChar32 c) { return u_tolower(c); });
+                         : mapPoints(text, lowerAscii, [](UChar32 c) { return u_tolower(c); });
 }
 
 std::string ToUpper(std::string_view text) {
-    return mapPoints(text, [](UChar32 c) { return u_toupper(c); });
+    return mapPoints(text, upperAscii, [](UChar32 c) { return u_toupper(c); });
 }
 
 std::string Trim(std::string_view text) {
